@@ -77,7 +77,16 @@ struct Entry {
     std::vector<int> lens;                   // length integer indices
     std::vector<Variant> variants;           // further failing calls
     bool allocates = false;                  // uses the transform layer's heap on purpose
-    bool mayFailValid = false;               // valid call may legitimately return an error (none so far)
+    bool mayFailValid = false;               // valid call may legitimately return an error
+
+    // Fuzzing: buffers the caller vouches for (states, tables) keep their
+    // set-up contents; integer k varies within fuzzRange[k] when given (else
+    // lengths vary within -1..their valid value and other integers stay);
+    // fuzzFix restores any input promise the function documents (for
+    // example codes that must fit their bit width).
+    std::vector<int> trusted;
+    std::vector<std::pair<int, std::pair<int, int>>> fuzzRange;
+    std::function<void(Call&)> fuzzFix;
 };
 
 /// Every entry of every family.
