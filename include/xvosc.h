@@ -171,6 +171,74 @@ XVOSC_API const XvoLibraryVersion* xvoscGetLibVersion(void);
 /* G.729 codebook searches, gains, post-processing, Annex B                 */
 /* ======================================================================== */
 /* @section g729exc:begin */
+
+/* ---- Algebraic (fixed) codebook searches --------------------------------- */
+/*
+ * The G.729 / G.729A searches take the packed 616-entry correlation matrix of
+ * the impulse response that xvosToeplizMatrix_G729_* builds:
+ *   [0..7]     rr(i0,i0)   track 0 diagonal       [8..15]  rr(i1,i1)
+ *   [16..23]   rr(i2,i2)                          [24..31] rr(i3,i3)
+ *   [32..39]   rr(i4,i4)
+ *   [40..103]  rr(i0,i1)   [104..167] rr(i0,i2)   [168..231] rr(i0,i3)
+ *   [232..295] rr(i0,i4)   [296..359] rr(i1,i2)   [360..423] rr(i1,i3)
+ *   [424..487] rr(i1,i4)   [488..551] rr(i2,i3)   [552..615] rr(i2,i4)
+ * Track k holds positions k, k+5, ..., k+35; a cross block (a,b) stores the
+ * entry of positions (5m+a, 5n+b) at m*8+n.
+ *
+ * Code words: pDstCode[0] holds the sign bits (bit k set when pulse k is
+ * positive; pulses 0..2 lie on tracks 0..2, pulse 3 on track 3 or 4),
+ * pDstCode[1] the 13-bit position word: pos0/5 in bits 0-2, pos1/5 in bits
+ * 3-5, pos2/5 in bits 6-8 and, in bits 9-12, 2*(pos3/5) + (1 when pos3 is on
+ * track 4).
+ */
+
+/** G.729 depth-first algebraic codebook search (4 pulses, 17 bits; G.729 3.8).
+ *  @param pSrcCorr        in: d[40], correlation of the target with the impulse response (Q0 of the caller's scale).
+ *  @param pSrcDstMatrix   in/out: the packed 616-entry matrix; on return each cross term is
+ *                         multiplied (Q15) by the product of the signs of d at its two positions
+ *                         (+1 as 32767, -1 as -32768), the diagonals are unchanged.
+ *  @param pDstFixedVector out: 40-sample code vector, Q13: +8191 for a positive pulse, -8192 for a negative one.
+ *  @param pDstCode        out: 2 code words (sign word, position word), see above.
+ *  @param pSrcDstExtra    in/out: the search-effort counter. On entry it is ignored when subFrame is 0
+ *                         (30 is used); the search may pass the threshold test 75 + counter times; on
+ *                         return it holds the unused budget, which the second subframe adds to its 75.
+ *  @param subFrame        0 for the first subframe of a frame, 1 for the second.
+ *  @return xvoStsNullPtr (pSrcCorr, pSrcDstMatrix or pDstFixedVector null, then pSrcDstExtra or pDstCode);
+ *          xvoStsRange when subFrame is not 0 or 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729_16s(const Xvo16s* pSrcCorr, Xvo16s* pSrcDstMatrix,
+                                                     Xvo16s* pDstFixedVector, Xvo16s* pDstCode,
+                                                     Xvo16s* pSrcDstExtra, Xvo16s subFrame);
+
+/** The G.729 search of xvosFixedCodebookSearch_G729_16s on a 32-bit matrix.
+ *  @param pSrcDstMatrix in/out: 616 words whose arithmetic right shift by 15 (saturated to 16 bits)
+ *                       is the 16-bit matrix (xvosToeplizMatrix_G729_16s32s builds it so). The
+ *                       words are rescaled in place: on return they hold the sign-folded 16-bit
+ *                       matrix of the _16s form, one value per 32-bit word.
+ *  @param subFrame      0 for the first subframe; any positive value acts as 1.
+ *  Other arguments as in the _16s form.
+ *  @return xvoStsNullPtr (any of the five pointers, in argument order); xvoStsRange when
+ *          subFrame < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729_32s16s(const Xvo16s* pSrcCorr, Xvo32s* pSrcDstMatrix,
+                                                        Xvo16s* pDstFixedVector, Xvo16s* pDstCode,
+                                                        Xvo16s* pSrcDstExtra, Xvo16s subFrame);
+
+/* ---- Correlation matrices of the impulse response ----------------------- */
+
+/** Packed 616-entry correlation matrix of the impulse response for the G.729 searches
+ *  (the G.729 reference step Cor_h): h is first scaled for precision (halved when its energy
+ *  is large, else shifted left by half its normalisation count), then each entry is the high
+ *  half of the doubled correlation sum.
+ *  @param pSrcImpulseResponse in: h[40], Q12.
+ *  @param pDstMatrix          out: 616 entries in the layout described above.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDstMatrix);
+
+/** 32-bit form of xvosToeplizMatrix_G729_16s: each entry is the plain correlation sum of the
+ *  scaled h (half the doubled sum), so that its arithmetic right shift by 15 equals the entry of
+ *  the 16-bit form; the input of xvosFixedCodebookSearch_G729_32s16s.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDstMatrix);
+
 /* @section g729exc:end */
 
 /* ======================================================================== */
