@@ -1,0 +1,74 @@
+#!/usr/bin/env python3
+"""Runs every benchmark program and prints one table.
+
+Naming convention of the benchmarks (Google Benchmark names split at '/'):
+one component names the implementation: ours ("xvosc", or a SIMD level such
+as "scalar", "sse2", "avx2") or a peer ("spandsp", "fftw", "speexdsp",
+"bcg729", "ref"); the rest names the kernel and its size. A benchmark of a
+codec stage sets the counter "frame_ns": the audio duration one iteration
+processes, in nanoseconds; the report then shows channels per core
+(frame duration / time per frame).
+"""
+import glob
+import json
+import os
+import subprocess
+import sys
+
+PEERS = {"spandsp", "fftw", "speexdsp", "bcg729", "ref", "webrtc"}
+OURS = {"xvosc", "scalar", "sse2", "sse41", "sse4.1", "avx2", "simd", "vector"}
+UNIT = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
+
+
+def run(prog, min_time):
+    out = subprocess.run([prog, "--benchmark_format=json", f"--benchmark_min_time={min_time}"],
+                         check=True, capture_output=True, text=True).stdout
+    return json.loads(out)["benchmarks"]
+
+
+def split(name):
+    parts = name.split("/")
+    impl = next((p for p in parts if p.lower() in PEERS | OURS), "xvosc")
+    key = "/".join(p for p in parts if p != impl)
+    return key, impl.lower()
+
+
+def main():
+    build = sys.argv[1] if len(sys.argv) > 1 else "build"
+    min_time = os.environ.get("BENCH_MIN_TIME", "0.2")
+    rows = {}
+    for prog in sorted(glob.glob(os.path.join(build, "bench", "bench_*"))):
+        if not os.access(prog, os.X_OK) or prog.endswith((".cmake", ".py")):
+            continue
+        for b in run(prog, min_time):
+            if b.get("run_type") == "aggregate":
+                continue
+            key, impl = split(b["name"])
+            ns = b["real_time"] * UNIT.get(b.get("time_unit", "ns"), 1.0)
+            rows.setdefault(os.path.basename(prog), {}).setdefault(key, {})[impl] = (ns, b.get("frame_ns"))
+    print(f"{'benchmark':58} {'ours ns':>11} {'impl':>7} {'peer':>9} {'peer ns':>11} {'peer/ours':>9} {'ch/core':>9}")
+    for prog, table in rows.items():
+        print(f"-- {prog}")
+        for key, impls in table.items():
+            ours = [(ns, i, f) for i, (ns, f) in impls.items() if i in OURS]
+            peers = [(ns, i, f) for i, (ns, f) in impls.items() if i in PEERS]
+            best = min(ours) if ours else None
+            line = f"{key[:58]:58} "
+            line += f"{best[0]:11.1f} {best[1]:>7} " if best else f"{'':11} {'':>7} "
+            if peers:
+                pns, pname, _ = min(peers)
+                line += f"{pname:>9} {pns:11.1f} "
+                line += f"{pns / best[0]:9.2f} " if best else f"{'':9} "
+            else:
+                line += f"{'':>9} {'':11} {'':9} "
+            frame = best[2] if best else None
+            if frame:
+                line += f"{frame / best[0]:9.0f}"
+            print(line.rstrip())
+            # SIMD twins: show the speed-up over the scalar path.
+            if "scalar" in impls and best and best[1] != "scalar":
+                print(f"{'':4}{'speed-up over scalar':54} {impls['scalar'][0] / best[0]:11.2f}x")
+
+
+if __name__ == "__main__":
+    main()
