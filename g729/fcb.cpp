@@ -22,12 +22,16 @@ constexpr int16_t kThreshFcb = 13107; // 0.4 in Q15
 inline int16_t signWord(int16_t d) { return d >= 0 ? MAX_16 : MIN_16; }
 
 /// Multiplies the cross block at `off` (rows on track ta, columns on track tb)
-/// by the Q15 product of the signs of its two positions.
+/// by the Q15 product of the signs of its two positions. The factor is
+/// 32766, -32767 or 32767, so mult() never saturates and the plain product
+/// shifted by 15 is exact (and vectorises).
 void foldBlock(int16_t* rr, int off, const int16_t* sign, int ta, int tb) {
     for (int m = 0; m < kNbPos; ++m) {
         const int16_t sa = sign[5 * m + ta];
         int16_t* row = rr + off + m * kNbPos;
-        for (int n = 0; n < kNbPos; ++n) row[n] = mult(row[n], mult(sa, sign[5 * n + tb]));
+        int16_t fac[kNbPos];
+        for (int n = 0; n < kNbPos; ++n) fac[n] = mult(sa, sign[5 * n + tb]);
+        for (int n = 0; n < kNbPos; ++n) row[n] = static_cast<int16_t>((int32_t(row[n]) * fac[n]) >> 15);
     }
 }
 

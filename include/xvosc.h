@@ -239,6 +239,13 @@ XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s(const Xvo16s* pSrcImpulseResponse
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDstMatrix);
 
+/** Float form (the G.729 floating-point reference cor_h): the unscaled partial correlation
+ *  sums of h, in the same packed layout, for the _32f searches.
+ *  @param pSrcImpulseResponse in: h[40].
+ *  @param pDstMatrix          out: 616 floats.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G729_32f(const Xvo32f* pSrcImpulseResponse, Xvo32f* pDstMatrix);
+
 /* @section g729exc:end */
 
 /* ======================================================================== */

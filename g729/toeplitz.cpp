@@ -1,0 +1,110 @@
+// Packed correlation matrices of the weighted impulse response for the
+// G.729 codebook searches (the reference steps Cor_h / cor_h).
+//
+// Entry (p, q) of the matrix, for pulse positions p and q, is the partial
+// autocorrelation sum_{k=0}^{39-max(p,q)} h[k] h[k+|p-q|]. Every prefix of
+// the lag-L sum is needed, so each lag is accumulated once, in ascending k
+// (the reference's order, which matters only for saturation), and the
+// prefixes are read out into the packed layout.
+#include <cstdint>
+
+#include "core/check.h"
+#include "core/fixed.h"
+#include "g729/fcb.h"
+#include "xvosc.h"
+
+namespace xvo::g729 {
+
+using namespace fx;
+
+namespace {
+
+/// Calls put(index, p, q) for every entry of the packed matrix.
+template <typename Put>
+void forEachEntry(Put put) {
+    constexpr int diag[5] = {kR00, kR11, kR22, kR33, kR44};
+    for (int t = 0; t < 5; ++t)
+        for (int m = 0; m < kNbPos; ++m) put(diag[t] + m, 5 * m + t, 5 * m + t);
+    struct Block { int off, ta, tb; };
+    constexpr Block blocks[9] = {{kR01, 0, 1}, {kR02, 0, 2}, {kR03, 0, 3}, {kR04, 0, 4}, {kR12, 1, 2},
+                                 {kR13, 1, 3}, {kR14, 1, 4}, {kR23, 2, 3}, {kR24, 2, 4}};
+    for (const Block& b : blocks)
+        for (int m = 0; m < kNbPos; ++m)
+            for (int n = 0; n < kNbPos; ++n) put(b.off + m * kNbPos + n, 5 * m + b.ta, 5 * n + b.tb);
+}
+
+/// Doubled, saturating prefix sums of the scaled h: pre[L][n] = L_mac sum of
+/// h[k] h[k+L] for k < n (n = 1..40-L).
+struct Prefixes {
+    int32_t v[kSubfr][kSubfr + 1];
+    int32_t at(int p, int q) const {
+        const int lag = p > q ? p - q : q - p;
+        return v[lag][kSubfr - (p > q ? p : q)];
+    }
+};
+
+void fixedPrefixes(const int16_t* H, Prefixes& pre) {
+    // Scale h for precision: halve it when its energy is large, else shift it
+    // left by half the normalisation count of the energy.
+    int32_t energy = 0;
+    for (int i = 0; i < kSubfr; ++i) energy = L_mac(energy, H[i], H[i]);
+    int16_t h[kSubfr];
+    if (extract_h(energy) > 32000) {
+        for (int i = 0; i < kSubfr; ++i) h[i] = shr(H[i], 1);
+    } else {
+        const int k = norm_l(energy) >> 1;
+        for (int i = 0; i < kSubfr; ++i) h[i] = shl(H[i], k);
+    }
+    for (int lag = 0; lag < kSubfr; ++lag) {
+        int32_t cor = 0;
+        for (int k = 0; k + lag < kSubfr; ++k) {
+            cor = L_mac(cor, h[k], h[k + lag]);
+            pre.v[lag][k + 1] = cor;
+        }
+    }
+}
+
+}  // namespace
+
+}  // namespace xvo::g729
+
+using namespace xvo::g729;
+
+extern "C" {
+
+XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDstMatrix) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDstMatrix));
+    Prefixes pre;
+    fixedPrefixes(pSrcImpulseResponse, pre);
+    forEachEntry([&](int idx, int p, int q) { pDstMatrix[idx] = xvo::fx::extract_h(pre.at(p, q)); });
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDstMatrix) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDstMatrix));
+    Prefixes pre;
+    fixedPrefixes(pSrcImpulseResponse, pre);
+    forEachEntry([&](int idx, int p, int q) { pDstMatrix[idx] = pre.at(p, q) >> 1; });
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosToeplizMatrix_G729_32f(const Xvo32f* pSrcImpulseResponse, Xvo32f* pDstMatrix) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDstMatrix));
+    // The float reference accumulates each lag in the same ascending order.
+    float pre[kSubfr][kSubfr + 1];
+    const Xvo32f* h = pSrcImpulseResponse;
+    for (int lag = 0; lag < kSubfr; ++lag) {
+        float cor = 0.0f;
+        for (int k = 0; k + lag < kSubfr; ++k) {
+            cor += h[k] * h[k + lag];
+            pre[lag][k + 1] = cor;
+        }
+    }
+    forEachEntry([&](int idx, int p, int q) {
+        const int lag = p > q ? p - q : q - p;
+        pDstMatrix[idx] = pre[lag][kSubfr - (p > q ? p : q)];
+    });
+    return xvoStsOk;
+}
+
+}  // extern "C"
