@@ -252,6 +252,144 @@ XVOSC_API XvoStatus xvosToeplizMatrix_G729_32f(const Xvo32f* pSrcImpulseResponse
 /* Voice-quality enhancement: noise suppressor and level control            */
 /* ======================================================================== */
 /* @section vqe:begin */
+/*
+ * Voice-quality pair a gateway puts in front of an encoder.
+ *
+ * Noise suppressor (echo-canceller toolkit, single precision): blocks of
+ * exactly 16 samples on the 16-bit PCM scale held as floats, at 8000, 16000,
+ * 22050 or 32000 Hz. A 128-point spectral analysis of the newest input, a
+ * per-bin gain against a noise estimate that the caller (analysisControl 1)
+ * or the built-in stationarity detector refreshes, windowed overlap-add
+ * synthesis, an output delay line with optional smoothing, and a soft start.
+ * Strength: level 0 (off) to 5; output smoothing: mode -1 (adaptive), 0
+ * (17-tap), 1 (none, the default). The state holds every buffer (its FFT
+ * record included) and must stay at the address Init saw; nothing is
+ * allocated after Init.
+ *
+ * Level controller (G.169 style, single precision inside): 16-bit samples in
+ * blocks of 8; tracks noise, speech and peak levels and moves a gain towards
+ * the one that brings the speech to the target level, never above the
+ * maximum gain, never letting a block's peak pass the peak limit.
+ */
+
+/** Opaque noise-suppressor state (caller memory, size from xvosFilterNoiseGetStateSize_EC_32f). */
+typedef struct XvoFilterNoiseState_EC_32f XvoFilterNoiseState_EC_32f;
+
+/** Size of a noise-suppressor state for one sampling rate.
+ *  The size is align32(FFT record) + align32(FFT work area) + align32(4 x history length) + 4960
+ *  bytes, where the history length is rate*1024/8000 samples: 10944, 15040, 18144 and 23232 bytes
+ *  for the four rates.
+ *  @param rate  in: XVO_PCM_FREQ_8000, _16000, _22050 or _32000.
+ *  @param pSize out: bytes the caller must provide.
+ *  @return xvoStsNullPtr when pSize is null; xvoStsSize when rate is not one of the four
+ *          (note: xvoStsSize here, xvoStsRange in Init); else xvoStsOk. */
+XVOSC_API XvoStatus xvosFilterNoiseGetStateSize_EC_32f(XvoPCMFrequency rate, int* pSize);
+
+/** Initialises a noise-suppressor state: lays out its buffers (each 32-byte aligned) and the
+ *  order-7 FFT record inside the block, builds the smoothing filters, selects level 5 and
+ *  mode 1, and arms the 400-sample start-up attenuation and the ramp countdown.
+ *  @param rate   in: XVO_PCM_FREQ_8000, _16000, _22050 or _32000.
+ *  @param pState out: memory of the size given by xvosFilterNoiseGetStateSize_EC_32f; any
+ *                alignment. The state holds pointers into itself: do not move or copy it.
+ *  @return xvoStsNullPtr when pState is null; xvoStsRange when rate is not one of the four
+ *          (the memory is then untouched); else xvoStsOk. */
+XVOSC_API XvoStatus xvosFilterNoiseInit_EC_32f(XvoPCMFrequency rate, XvoFilterNoiseState_EC_32f* pState);
+
+/** Selects the suppression level: 0 turns suppression (and the synthesis path) off, 1..5 set
+ *  the gain rule, gain floors, synthesis window, soft-start gains and, at level 3, a block
+ *  attenuation of residual noise. Before the first block the ramp countdown is re-armed.
+ *  @param level  in: 0..5.
+ *  @param pState in/out: an initialised state.
+ *  @return xvoStsNullPtr when pState is null; xvoStsRange when level is above 5 or negative.
+ *          Deliberate exception to the no-write rule: a rejected level is still stored, and
+ *          the next blocks run with the previous level's parameters under that value (no
+ *          level-specific stage is selected); set a valid level afterwards. */
+XVOSC_API XvoStatus xvosFilterNoiseLevel_EC_32f(int level, XvoFilterNoiseState_EC_32f* pState);
+
+/** Selects the output smoothing: 1 copies the delayed output unchanged, 0 smooths it with a
+ *  17-tap filter, -1 smooths with a width that follows the recent suppression depth.
+ *  @param mode   in: -1, 0 or 1.
+ *  @param pState in/out: an initialised state.
+ *  @return xvoStsNullPtr when pState is null; xvoStsBadArg for any other mode (the mode is
+ *          then unchanged); else xvoStsOk. */
+XVOSC_API XvoStatus xvosFilterNoiseSetMode_EC_32f(int mode, XvoFilterNoiseState_EC_32f* pState);
+
+/** Suppresses noise in one block of 16 samples (out of place).
+ *  The output lags the input by 56 samples once the filter runs (48 of synthesis, 8 of the
+ *  output delay line). At level 0 nothing is synthesised and pDst is NOT written from pSrc:
+ *  the soft-start stages scale whatever pDst already holds (use the in-place variant to pass
+ *  the signal through at level 0).
+ *  @param pSrc            in: 16 samples, 16-bit PCM scale (finite values).
+ *  @param pDst            out: 16 samples; must not overlap pSrc (use the _I variant).
+ *  @param analysisControl in: 1 analyse and take this block's spectrum as the noise estimate;
+ *                         -1 skip the analysis (the history is not updated); any other
+ *                         value analyse without touching the noise estimate.
+ *  @param pState          in/out: an initialised state.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFilterNoise_EC_32f(const Xvo32f* pSrc, Xvo32f* pDst, int analysisControl,
+                                          XvoFilterNoiseState_EC_32f* pState);
+
+/** In-place twin of xvosFilterNoise_EC_32f; at level 0 the samples themselves pass through
+ *  the soft-start stages.
+ *  @param pSrcDst         in/out: 16 samples.
+ *  @param analysisControl in: as for xvosFilterNoise_EC_32f.
+ *  @param pState          in/out: an initialised state.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFilterNoise_EC_32f_I(Xvo32f* pSrcDst, int analysisControl, XvoFilterNoiseState_EC_32f* pState);
+
+/** Feeds 16 samples to the state's history and runs the stationarity (tone or steady noise)
+ *  detector. A confirmation (three consecutive stable candidates) ends the start-up
+ *  attenuation, marks the signal stationary, stores its energy as the reference and takes
+ *  the current spectrum as the noise estimate.
+ *  @param pSrc       in: 16 samples, 16-bit PCM scale.
+ *  @param pEnergy    out: energy (mean square) of the newest 16 x (rate*3/8000) samples, the
+ *                    candidate compared against the previous one; 0 until 128 samples are held.
+ *  @param pStatistic out, optional (may be null): the smoothed detection statistic, 0..1
+ *                    (1 = fully stationary), updated at each confirmation.
+ *  @param pDetected  out: 1 when this call confirmed a stationary signal, else 0.
+ *  @param pState     in/out: an initialised state.
+ *  @return xvoStsNullPtr when pSrc, pEnergy, pDetected or pState is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFilterNoiseDetect_EC_32f64f(const Xvo32f* pSrc, Xvo64f* pEnergy, Xvo32f* pStatistic,
+                                                   int* pDetected, XvoFilterNoiseState_EC_32f* pState);
+
+/** Opaque level-controller state, 124 bytes (caller memory). */
+typedef struct XvoALCState_G169_16s XvoALCState_G169_16s;
+
+/** Size of a level-controller state.
+ *  @param pSize out: 124.
+ *  @return xvoStsNullPtr when pSize is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosALCGetStateSize_G169_16s(int* pSize);
+
+/** Initialises a level controller: target 1623.4912 (about 26.1 dB below full scale), peak
+ *  limit 32767, maximum gain 3.8018899 (11.6 dB), starting gain 1/32.
+ *  @param pState out: 124 bytes of caller memory.
+ *  @return xvoStsNullPtr when pState is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosALCInit_G169_16s(XvoALCState_G169_16s* pState);
+
+/** Sets the maximum gain.
+ *  @param maxGainDB in: maximum gain in dB, 0 or more (stored as 10^(maxGainDB/20)).
+ *  @param pState    in/out: an initialised state.
+ *  @return xvoStsNullPtr when pState is null; xvoStsRange when maxGainDB < 0 (nothing is
+ *          stored); else xvoStsOk. */
+XVOSC_API XvoStatus xvosALCSetGain_G169_16s(Xvo32f maxGainDB, XvoALCState_G169_16s* pState);
+
+/** Sets the target speech level and the peak limit, both in dB below full scale (32768).
+ *  @param targetDB in: target level, 0 or more (amplitude 32768 / 10^(targetDB/20)).
+ *  @param peakDB   in: peak limit, 0 or more (amplitude 32768 / 10^(peakDB/20)).
+ *  @param pState   in/out: an initialised state.
+ *  @return xvoStsNullPtr when pState is null; xvoStsRange when either value is below 0
+ *          (nothing is stored); else xvoStsOk. */
+XVOSC_API XvoStatus xvosALCSetLevel_G169_16s(Xvo32f targetDB, Xvo32f peakDB, XvoALCState_G169_16s* pState);
+
+/** Applies automatic level control to len samples, block by block (8 samples each).
+ *  @param pSrc   in: len 16-bit samples.
+ *  @param pDst   out: len samples, gain applied, limited to 16 bits and truncated towards
+ *                zero; may equal pSrc (in place).
+ *  @param len    in: a positive multiple of 8.
+ *  @param pState in/out: an initialised state.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange (not xvoStsSize) when len is
+ *          below 8 or not a multiple of 8; else xvoStsOk. */
+XVOSC_API XvoStatus xvosALC_G169_16s(const Xvo16s* pSrc, Xvo16s* pDst, int len, XvoALCState_G169_16s* pState);
 /* @section vqe:end */
 
 #ifdef __cplusplus
