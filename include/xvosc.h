@@ -159,6 +159,72 @@ XVOSC_API const XvoLibraryVersion* xvoscGetLibVersion(void);
 /* G.726 ADPCM codec                                                        */
 /* ======================================================================== */
 /* @section g726:begin */
+/*
+ * A whole ITU-T G.726 ADPCM encoder and decoder at 16, 24, 32 and 40 kbit/s,
+ * bit-exact to the G.726 fixed-point description (including the 11-bit
+ * floating multiplies of the predictor and the synchronous coding adjustment).
+ *
+ * Rates: XVO_BITRATE_16000 (17, 2-bit codes), XVO_BITRATE_24000 (22, 3 bits),
+ * XVO_BITRATE_32000 (23, 4 bits), XVO_BITRATE_40000 (24, 5 bits); any other
+ * value is answered with xvoStsRange.
+ * Codes: one code per byte, in the low 2..5 bits; the decoder requires the
+ * other bits to be zero (it does not mask them).
+ * Linear samples: 14-bit uniform PCM, -8192..8191, unshifted (a 16-bit
+ * signal is shifted right by 2 before encoding).
+ * A signal may be split across calls at any point: the codes and the final
+ * state equal those of one call.
+ */
+
+/** Opaque G.726 state: 88 bytes for an encoder, 92 for a decoder (caller memory). */
+typedef struct XvoG726State XvoG726State;
+
+/** Size of a G.726 encoder state.
+ *  @param pSize out: 88.
+ *  @return xvoStsNullPtr when pSize is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosEncodeGetStateSize_G726_16s8u(Xvo32s* pSize);
+
+/** Initialises a G.726 encoder state (scale factors 544 / 34816, predictor cleared).
+ *  @param pState out: encoder state memory of the size given by xvosEncodeGetStateSize_G726_16s8u.
+ *  @param rate   in: XVO_BITRATE_16000, _24000, _32000 or _40000.
+ *  @return xvoStsNullPtr when pState is null; xvoStsRange for any other rate (the memory is
+ *          then untouched); else xvoStsOk. */
+XVOSC_API XvoStatus xvosEncodeInit_G726_16s8u(XvoG726State* pState, XvoSpeechRate rate);
+
+/** Encodes len samples of 14-bit uniform PCM into len ADPCM codes.
+ *  The difference of a sample and its estimate saturates to 16 bits, so any 16-bit input is
+ *  safe (values outside -8192..8191 are simply not G.726 input).
+ *  @param pState in/out: an initialised encoder state, advanced by len samples.
+ *  @param pSrc   in: len samples, 14-bit uniform PCM.
+ *  @param pDst   out: len codes, one per byte in the low bits, the other bits zero. May not
+ *                overlap pSrc.
+ *  @param len    in: number of samples, 1 or more.
+ *  @return xvoStsNullPtr when a pointer is null (checked in argument order); xvoStsSize when
+ *          len < 1; else xvoStsOk. A failing call writes nothing and leaves the state as it was. */
+XVOSC_API XvoStatus xvosEncode_G726_16s8u(XvoG726State* pState, const Xvo16s* pSrc, Xvo8u* pDst, int len);
+
+/** Size of a G.726 decoder state.
+ *  @param pSize out: 92.
+ *  @return xvoStsNullPtr when pSize is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosDecodeGetStateSize_G726_8u16s(Xvo32s* pSize);
+
+/** Initialises a G.726 decoder state and stores its output law.
+ *  @param pState out: decoder state memory of the size given by xvosDecodeGetStateSize_G726_8u16s.
+ *  @param rate   in: XVO_BITRATE_16000, _24000, _32000 or _40000.
+ *  @param law    in: XVO_PCM_MULAW or XVO_PCM_ALAW (G.711 bytes after the G.726 synchronous
+ *                coding adjustment) or XVO_PCM_LINEAR (14-bit uniform PCM).
+ *  @return xvoStsNullPtr when pState is null; xvoStsRange when rate or law is not one of the
+ *          values above (the memory is then untouched); else xvoStsOk. */
+XVOSC_API XvoStatus xvosDecodeInit_G726_8u16s(XvoG726State* pState, XvoSpeechRate rate, XvoPCMLaw law);
+
+/** Decodes len ADPCM codes.
+ *  @param pState in/out: an initialised decoder state, advanced by len codes.
+ *  @param pSrc   in: len codes, one per byte, each below 2^bits of the rate (not checked).
+ *  @param pDst   out: len values: with XVO_PCM_LINEAR the reconstructed signal limited to
+ *                -8192..8191; with XVO_PCM_MULAW / XVO_PCM_ALAW one G.711 byte 0..255 each.
+ *  @param len    in: number of codes, 1 or more.
+ *  @return xvoStsNullPtr when a pointer is null (checked in argument order); xvoStsSize when
+ *          len < 1; else xvoStsOk. A failing call writes nothing and leaves the state as it was. */
+XVOSC_API XvoStatus xvosDecode_G726_8u16s(XvoG726State* pState, const Xvo8u* pSrc, Xvo16s* pDst, int len);
 /* @section g726:end */
 
 /* ======================================================================== */

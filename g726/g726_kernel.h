@@ -1,0 +1,35 @@
+// Internal interface of the G.726 codec: the working form of the state and the
+// block kernels behind the exported functions (also reached by the tests).
+#pragma once
+
+#include <cstdint>
+
+#include "xvosc.h"
+
+namespace xvo::g726 {
+
+/// The recursion's variables while a block runs. Delay-line entries are held
+/// in the G.726 11-bit floating format with the sign on top:
+/// sign << 10 | exponent << 6 | mantissa.
+struct Work {
+    int32_t yl;        // slow scale factor (Q6 of y)
+    int32_t yu;        // fast scale factor
+    int32_t ap;        // speed control
+    int32_t dms, dml;  // short- and long-term averages of F
+    int32_t td;        // tone detected at the last sample
+    int32_t pk1, pk2;  // signs of the last two partial reconstructed signals
+    int16_t coef[8];   // b1..b6, a1, a2 (Q14)
+    int16_t flt[8];    // dq1..dq6, sr1, sr2 (floating format with sign)
+};
+
+/// Block kernels of one rate index (0..3). Encode reads 14-bit samples;
+/// decode writes 14-bit samples (law 2) or G.711 bytes (law 0, 1).
+void ownEncode(int rate, Work& w, const int16_t* src, uint8_t* dst, int len);
+void ownDecode(int rate, int law, Work& w, const uint8_t* src, int16_t* dst, int len);
+
+/// Mu-law byte of a 16-bit reconstructed signal sr in 14-bit units, as the
+/// G.726 decoder forms it: magnitude |sr| (two's complement, 15 bits, so
+/// -32768 has magnitude 0) limited to 8158, sign bit set for sr >= 0.
+uint8_t ownSampleToMuLaw(int sr);
+
+}  // namespace xvo::g726

@@ -1,0 +1,185 @@
+// Constant tables of the G.726 codec: per-rate quantiser decision levels and
+// codes, scale-factor multipliers W, speed-control function F, reconstruction
+// levels DQLN (G.726 Tables 1-4 and 6-9), and the G.711 tables that the
+// decoder's synchronous coding adjustment needs. Lookup tables derived from
+// them are built at compile time.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace xvo::g726 {
+
+inline constexpr int kRates = 4;                    // rate index 0..3 = 16, 24, 32, 40 kbit/s
+inline constexpr int kBits[kRates] = {2, 3, 4, 5};  // bits per code
+
+// ---------------------------------------------------------------------------
+// Quantiser: descending decision levels on the log scale dln (G.726 Tables 1-4,
+// with a leading 2048 that no dln reaches and one extra level 0 that gives the
+// same code as the interval below it). The position of a dln is the number of
+// levels above it (1..count); it selects the code for a non-negative and for a
+// negative difference.
+// ---------------------------------------------------------------------------
+struct Quantiser {
+    int count;               // levels including the leading 2048
+    int16_t level[17];
+    uint8_t codePos[17];     // code for position 1..count (index position-1), d >= 0
+    uint8_t codeNeg[17];     // the same for d < 0
+};
+
+inline constexpr Quantiser kQuantiser[kRates] = {
+    {3, {2048, 261, 0}, {1, 0, 0}, {2, 3, 3}},
+    {5, {2048, 331, 218, 8, 0}, {3, 2, 1, 7, 7}, {4, 5, 6, 7, 7}},
+    {9, {2048, 400, 349, 300, 246, 178, 80, 0, -124}, {7, 6, 5, 4, 3, 2, 1, 1, 15},
+     {8, 9, 10, 11, 12, 13, 14, 14, 15}},
+    {17, {2048, 553, 528, 502, 475, 445, 413, 378, 339, 298, 250, 198, 139, 68, 0, -16, -122},
+     {15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 2, 1, 31},
+     {16, 17, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 29, 29, 30, 31}},
+};
+
+// Every decision level lies in [kDlnMin, kDlnMax]: a dln is clamped into that
+// range before the lookup without changing its code.
+inline constexpr int kDlnMin = -128;
+inline constexpr int kDlnMax = 639;
+inline constexpr int kDlnSpan = kDlnMax - kDlnMin + 1;
+
+/// Code of a clamped dln per rate and sign: [rate][sign][dln - kDlnMin].
+struct QuantTable {
+    uint8_t code[kRates][2][kDlnSpan];
+};
+
+constexpr QuantTable makeQuantTable() {
+    QuantTable t{};
+    for (int r = 0; r < kRates; ++r) {
+        const Quantiser& q = kQuantiser[r];
+        for (int v = kDlnMin; v <= kDlnMax; ++v) {
+            int pos = 0;
+            while (pos < q.count && q.level[pos] > v) ++pos;  // levels above v
+            t.code[r][0][v - kDlnMin] = q.codePos[pos - 1];
+            t.code[r][1][v - kDlnMin] = q.codeNeg[pos - 1];
+        }
+    }
+    return t;
+}
+inline constexpr QuantTable kQuantTable = makeQuantTable();
+
+// ---------------------------------------------------------------------------
+// Per-code adaptation values (G.726 Tables 6-9, in the scale the recursion uses:
+// W times 32, F times 512, DQLN as a signed 12-bit log). The first half lists
+// codes 0..2^(bits-1)-1; the second half mirrors it.
+// ---------------------------------------------------------------------------
+inline constexpr int32_t kW16[2] = {-704, 14048};
+inline constexpr int32_t kW24[4] = {-128, 960, 4384, 18624};
+inline constexpr int32_t kW32[8] = {-384, 576, 1312, 2048, 3584, 6336, 11360, 35904};
+inline constexpr int32_t kW40[16] = {448,  448,  768,  1248,  1280,  1312,  1856,  3200,
+                                     4512, 5728, 7008, 8960, 11456, 14080, 16928, 22272};
+
+inline constexpr int16_t kF16[2] = {0, 3584};
+inline constexpr int16_t kF24[4] = {0, 512, 1024, 3584};
+inline constexpr int16_t kF32[8] = {0, 0, 0, 512, 512, 512, 1536, 3584};
+inline constexpr int16_t kF40[16] = {0, 0, 0, 0, 0, 512, 512, 512, 512, 512, 1024, 1536, 2048, 2560, 3072, 3072};
+
+inline constexpr int16_t kDqln16[2] = {116, 365};
+inline constexpr int16_t kDqln24[4] = {-2048, 135, 273, 373};
+inline constexpr int16_t kDqln32[8] = {-2048, 4, 135, 213, 273, 323, 373, 425};
+inline constexpr int16_t kDqln40[16] = {-2048, -66, 28, 104, 169, 224, 274, 318,
+                                        358,   395, 429, 459, 488, 514, 539, 566};
+
+/// Everything the recursion needs about one received code, in one 8-byte entry.
+struct CodeInfo {
+    int32_t w;     // scale-factor multiplier, times 32
+    int16_t f;     // speed-control function, times 512
+    int16_t dqln;  // log of the reconstructed magnitude
+};
+
+struct CodeTable {
+    CodeInfo code[kRates][32];  // codes past 2^bits repeat entry 0 (never used)
+};
+
+constexpr CodeTable makeCodeTable() {
+    CodeTable t{};
+    const int32_t* w[kRates] = {kW16, kW24, kW32, kW40};
+    const int16_t* f[kRates] = {kF16, kF24, kF32, kF40};
+    const int16_t* l[kRates] = {kDqln16, kDqln24, kDqln32, kDqln40};
+    for (int r = 0; r < kRates; ++r) {
+        const int half = 1 << (kBits[r] - 1);
+        for (int c = 0; c < 32; ++c) {
+            const int code = c < 2 * half ? c : 0;
+            const int m = code < half ? code : 2 * half - 1 - code;  // mirrored half
+            t.code[r][c] = {w[r][m], f[r][m], l[r][m]};
+        }
+    }
+    return t;
+}
+inline constexpr CodeTable kCodeTable = makeCodeTable();
+
+// ---------------------------------------------------------------------------
+// G.711 (ITU-T G.711 Tables 1 and 2): expansion of every byte to 16-bit
+// linear, per law (0 = mu-law, 1 = A-law).
+// ---------------------------------------------------------------------------
+constexpr int16_t expandMuLaw(int byte) {
+    const int u = ~byte & 0xff;
+    const int t = (((u & 0x0f) << 3) + 0x84) << ((u & 0x70) >> 4);
+    return static_cast<int16_t>((u & 0x80) ? 0x84 - t : t - 0x84);
+}
+
+constexpr int16_t expandALaw(int byte) {
+    const int a = byte ^ 0x55;
+    const int seg = (a & 0x70) >> 4;
+    int t = ((a & 0x0f) << 4) + 8;
+    if (seg >= 1) t = (t + 0x100) << (seg - 1);
+    return static_cast<int16_t>((a & 0x80) ? t : -t);
+}
+
+constexpr std::array<std::array<int16_t, 256>, 2> makeExpandTable() {
+    std::array<std::array<int16_t, 256>, 2> t{};
+    for (int b = 0; b < 256; ++b) {
+        t[0][b] = expandMuLaw(b);
+        t[1][b] = expandALaw(b);
+    }
+    return t;
+}
+/// 16-bit linear value of each G.711 byte: [law][byte].
+inline constexpr auto kG711Expand = makeExpandTable();
+
+// ---------------------------------------------------------------------------
+// Synchronous coding adjustment (G.726 4.2.8): the G.711 byte one step below
+// and one step above a byte in signal value, per law. At the ends of the
+// range a byte stays. For mu-law, a step down from +0 skips -0; for A-law the
+// step is taken on the byte with its even bits restored (XOR 0x55).
+// ---------------------------------------------------------------------------
+struct StepTable {
+    uint8_t down[2][256];
+    uint8_t up[2][256];
+};
+
+constexpr StepTable makeStepTable() {
+    StepTable t{};
+    for (int b = 0; b < 256; ++b) {
+        // mu-law: bit 7 set for non-negative values; the low 7 bits are the
+        // complemented magnitude.
+        const int us = b >> 7, um = b & 127;
+        int dn = b, upv = b;
+        if (us) dn = um == 127 ? 126 : b + 1;      // +0 steps to the -1 level
+        else dn = um ? b - 1 : b;                  // more negative until the end
+        if (us) upv = um ? b - 1 : b;              // larger positive until the end
+        else upv = um == 127 ? 0xff : b + 1;       // -0 steps to +0
+        t.down[0][b] = static_cast<uint8_t>(dn);
+        t.up[0][b] = static_cast<uint8_t>(upv);
+
+        // A-law with even bits restored: bit 7 set for positive values, low 7
+        // bits the magnitude.
+        const int a = b ^ 0x55, as = a >> 7, am = a & 127;
+        int adn, aup;
+        if (as) adn = am ? a - 1 : 0x00;           // +smallest steps to -smallest
+        else adn = am != 127 ? a + 1 : a;
+        if (as) aup = am != 127 ? a + 1 : a;
+        else aup = am ? a - 1 : 0x80;              // -smallest steps to +smallest
+        t.down[1][b] = static_cast<uint8_t>(adn ^ 0x55);
+        t.up[1][b] = static_cast<uint8_t>(aup ^ 0x55);
+    }
+    return t;
+}
+inline constexpr StepTable kStepTable = makeStepTable();
+
+}  // namespace xvo::g726
