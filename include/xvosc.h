@@ -312,6 +312,63 @@ XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s32s(const Xvo16s* pSrcImpulseRespo
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosToeplizMatrix_G729_32f(const Xvo32f* pSrcImpulseResponse, Xvo32f* pDstMatrix);
 
+/* ---- Gain decoding and gain control ------------------------------------- */
+
+/** G.729 gain decoding with the MA predictor of the fixed-codebook energy (the reference Dec_gain).
+ *  Good frame: pitch gain = gbk1[imap1[GA&7]][0] + gbk2[imap2[GB&15]][0]; fixed gain = the codebook
+ *  correction (Q12) times the predicted gain, shifted right by its exponent + 11 with saturation;
+ *  the past energies take 20 log10 of the correction. Erased frame (pSrcGainIndex null): pitch gain
+ *  = min(gain * 0.9, 29491) (so 32767 becomes 29490), fixed gain *= 0.98, and the past energies take
+ *  their mean minus 4 dB, floored at -14 dB.
+ *  @param energy            in: sum over the 40 samples of L_mac code[i]^2 of the (pitch-sharpened)
+ *                           fixed code vector, Q13 samples.
+ *  @param pSrcDstPastEnergy in/out: 4 past quantised energies, Q10 dB, newest first (reset -14336).
+ *  @param pSrcGainIndex     in: [GA, GB] (masked to 3 and 4 bits), or null for an erased frame.
+ *  @param pSrcDstGain       out (in/out on erasure): [pitch gain Q14, fixed gain Q1].
+ *  @return xvoStsNullPtr when pSrcDstPastEnergy or pSrcDstGain is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosDecodeGain_G729_16s(Xvo32s energy, Xvo16s* pSrcDstPastEnergy, const Xvo16s* pSrcGainIndex,
+                                            Xvo16s* pSrcDstGain);
+
+/** 6.4 kbit/s gain decoding (G.729 Annex D codebooks gbk1_6k/gbk2_6k and maps), with two deliberate
+ *  differences from the 8 kbit/s form: the fixed gain is (Q13 correction * gcode0) shifted right by
+ *  the exponent + 12 and truncated to 16 bits (no saturation); on an erased frame both gains are
+ *  multiplied by valAttenuation (Q15, (g * v) >> 15, no clamp) before the erasure update of the
+ *  past energies.
+ *  @param energy            in: code-vector energy as in xvosDecodeGain_G729_16s.
+ *  @param valAttenuation    in: Q15 attenuation used only on an erased frame.
+ *  @param pSrcDstPastEnergy in/out: 4 past quantised energies, Q10.
+ *  @param pSrcGainIndex     in: two 3-bit indices (0..7; callers must keep them in range, larger
+ *                           values are reduced modulo 8), or null for an erased frame.
+ *  @param pSrcDstGain       out (in/out on erasure): [pitch gain Q14, fixed gain Q1].
+ *  @return xvoStsNullPtr when pSrcDstPastEnergy or pSrcDstGain is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosDecodeGain_G729I_16s(Xvo32s energy, Xvo16s valAttenuation, Xvo16s* pSrcDstPastEnergy,
+                                             const Xvo16s* pSrcGainIndex, Xvo16s* pSrcDstGain);
+
+/** G.729 postfilter gain control (the reference scale_st): g_in and g_out are the sums of |x| of
+ *  the input and the postfiltered subframe; g0 = 0.0125 * g_in/g_out (Q14, no square root); per
+ *  sample gain = 0.9875 gain + g0 and out = out * gain (Q14). An all-zero pSrc gives g0 = 0; an
+ *  all-zero pSrcDst (with a non-zero pSrc) sets the gain to 0 and leaves the signal unchanged.
+ *  @param pSrc        in: 40 samples before postfiltering.
+ *  @param pSrcDst     in/out: 40 postfiltered samples, scaled in place.
+ *  @param pSrcDstGain in/out: running gain, Q14 (the reference starts it at 16384).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainControl_G729_16s_I(const Xvo16s* pSrc, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
+
+/** G.729A postfilter gain control (the Annex A agc, also used by GSM-AMR): energies of x/4;
+ *  g0 = 0.1 * sqrt(E_in/E_out) (Q12); per sample gain = 0.9 gain + g0, out = (out * gain) << 3 >> 16.
+ *  An all-zero pSrcDst sets the gain to 0 and leaves the signal; an all-zero pSrc gives g0 = 0.
+ *  @param pSrc        in: 40 samples before postfiltering.
+ *  @param pSrcDst     in/out: 40 postfiltered samples.
+ *  @param pSrcDstGain in/out: running gain, Q12 (the reference starts it at 4096).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainControl_G729A_16s_I(const Xvo16s* pSrc, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
+
+/** Float form of xvosGainControl_G729_16s_I (the G.729 floating-point reference): sums of |x|,
+ *  g0 = 0.0125 g_in/g_out, gain = 0.9875 gain + g0 per sample.
+ *  @param pSrcDstGain in/out: running gain (1.0 at start).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainControl_G729_32f_I(const Xvo32f* pSrc, Xvo32f* pSrcDst, Xvo32f* pSrcDstGain);
+
 /* @section g729exc:end */
 
 /* ======================================================================== */
