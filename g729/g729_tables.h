@@ -54,6 +54,10 @@ extern const int16_t kSlopeAcos[64];
 /// lspcb1: first-stage LSF codebook, Q13 (G.729 3.2.4).
 /// Source: tab_ld8k.c (main body).
 extern const int16_t kLspcb1[128][10];
+/// lspcb1 regrouped for vector searches: kLspcb1Pairs[p][i] holds entries 2p and 2p+1 of
+/// row i as one 32-bit word (2p in the low half, 2p+1 in the high half).
+/// Source: derived from lspcb1.
+alignas(32) extern const int32_t kLspcb1Pairs[5][128];
 /// lspcb2: second-stage LSF codebook, Q13; entries 0..4 form the low half, 5..9 the high half.
 /// Source: tab_ld8k.c (main body).
 extern const int16_t kLspcb2[32][10];

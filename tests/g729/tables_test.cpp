@@ -161,6 +161,11 @@ TEST(G729Tables, DerivedRelations) {
                 EXPECT_EQ(kNoiseFg[1][k][j], fx::extract_h(fx::L_mac(fx::L_mult(kFg[0][k][j], 19660), kFg[1][k][j], 13107)));
             }
         }
+    for (int p = 0; p < 5; ++p)  // the regrouped first-stage codebook of the vector search
+        for (int i = 0; i < 128; ++i) {
+            EXPECT_EQ(static_cast<int16_t>(kLspcb1Pairs[p][i] & 0xffff), kLspcb1[i][2 * p]);
+            EXPECT_EQ(static_cast<int16_t>(kLspcb1Pairs[p][i] >> 16), kLspcb1[i][2 * p + 1]);
+        }
     for (int k = 0; k < 64; ++k) {  // the three cosine tables agree with the shared one
         EXPECT_EQ(kTable[k], xvo::kCosTable64[k]);
         EXPECT_EQ(kTable2[k], xvo::kCosTable64[k]);

@@ -1,0 +1,424 @@
+// G.729 line-spectral parameters, 16-bit forms: the LPC-to-LSP root finder
+// (G.729 3.2.3, Annex A, and the GSM-AMR caller), LSP/LSF conversions, the
+// lag window (3.2.1) and the switched-MA predictive LSF quantiser (3.2.4).
+// Every step keeps the basic-operator arithmetic of the ITU-T reference,
+// saturations included, so a coder built on it reproduces the ITU vectors.
+#include "g729/lsp.h"
+
+#include "core/check.h"
+#include "core/fixed.h"
+#include "core/helpers.h"
+#include "g729/g729_tables.h"
+#include "xvosc.h"
+
+namespace xvo::g729 {
+
+using namespace xvo::fx;
+
+namespace {
+
+constexpr int kNC = 5;           // half the LPC order
+constexpr int16_t kGap1 = 10;    // rearrangement gaps, Q13
+constexpr int16_t kGap2 = 5;
+constexpr int16_t kGap3 = 321;   // minimum LSF distance, Q13
+constexpr int16_t kLLimit = 40;  // lowest LSF, Q13 (0.005)
+constexpr int16_t kMLimit = 25681;  // highest LSF, Q13 (3.135)
+
+// ---- root finder -------------------------------------------------------------
+
+/// Sum and difference polynomials F1(z)/(1+z^-1), F2(z)/(1-z^-1). The
+/// coefficient Q is 23 - shift. Reports whether a saturation occurred.
+bool formPolynomials(const int16_t* a, int shift, int16_t* f1, int16_t* f2) {
+    const int16_t one = static_cast<int16_t>(1 << (23 - shift));
+    const int16_t half = static_cast<int16_t>(1 << (26 - shift));  // L_mult factor: (a + a') >> (shift - 11)
+    bool ovf = false;
+    f1[0] = one;
+    f2[0] = one;
+    for (int i = 0; i < kNC; ++i) {
+        int32_t t0 = L_mult(a[i + 1], half, ovf);
+        t0 = L_mac(t0, a[kM - i], half, ovf);
+        f1[i + 1] = sub(extract_h(t0), f1[i], ovf);
+        t0 = L_mult(a[i + 1], half, ovf);
+        t0 = L_msu(t0, a[kM - i], half, ovf);
+        f2[i + 1] = add(extract_h(t0), f2[i], ovf);
+    }
+    return ovf;
+}
+
+/// Linear interpolation of the root between (xlow, ylow) and (xhigh, yhigh).
+int16_t interpolateRoot(int16_t xlow, int16_t ylow, int16_t xhigh, int16_t yhigh) {
+    const int16_t x = sub(xhigh, xlow);
+    int16_t y = sub(yhigh, ylow);
+    if (y == 0) return xlow;
+    const int16_t sign = y;
+    y = abs_s(y);
+    const int16_t e = norm_s(y);
+    y = shl(y, e);
+    y = div_s(16383, y);
+    int32_t t0 = L_mult(x, y);
+    t0 = L_shr(t0, sub(20, e));
+    y = extract_l(t0);  // (xhigh - xlow) / (yhigh - ylow) in Q11
+    if (sign < 0) y = negate(y);
+    t0 = L_mult(ylow, y);
+    t0 = L_shr(t0, 11);
+    return sub(xlow, extract_l(t0));
+}
+
+const int16_t* gridFor(int intervals) { return intervals == 50 ? kGrid50 : kGrid60; }
+
+}  // namespace
+
+int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
+    // C(x) = T5(x) + f1 T4(x) + ... + f4 T1(x) + f5/2 by the Clenshaw recursion in
+    // double-precision format, Q24 (Q23 for the overflow form).
+    const int16_t b2init = q23 ? 128 : 256;
+    const int16_t twoX = q23 ? 256 : 512;
+    const int16_t fmul = static_cast<int16_t>(1 << shift);
+    const int16_t fhalf = static_cast<int16_t>(1 << (shift - 1));
+    int16_t b2h = b2init, b2l = 0, b1h, b1l, b0h, b0l;
+    int32_t t0 = L_mult(x, twoX);
+    t0 = L_mac(t0, f[1], fmul);
+    L_Extract(t0, b1h, b1l);
+    for (int i = 2; i < kNC; ++i) {
+        t0 = Mpy_32_16(b1h, b1l, x);
+        t0 = L_shl(t0, 1);
+        t0 = L_mac(t0, b2h, MIN_16);
+        t0 = L_msu(t0, b2l, 1);
+        t0 = L_mac(t0, f[i], fmul);
+        L_Extract(t0, b0h, b0l);
+        b2l = b1l;
+        b2h = b1h;
+        b1l = b0l;
+        b1h = b0h;
+    }
+    t0 = Mpy_32_16(b1h, b1l, x);
+    t0 = L_mac(t0, b2h, MIN_16);
+    t0 = L_msu(t0, b2l, 1);
+    t0 = L_mac(t0, f[kNC], fhalf);
+    t0 = L_shl(t0, q23 ? 7 : 6);
+    return extract_h(t0);
+}
+
+int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p) {
+    alignas(32) int16_t f[2][8] = {};
+    int shift = p.shift;
+    bool q23 = false;
+    if (formPolynomials(a, shift, f[0], f[1]) && p.selector == 1) {
+        // Q11 coefficients overflowed: redo them in Q10 and evaluate in Q23.
+        formPolynomials(a, shift + 1, f[0], f[1]);
+        q23 = true;
+    }
+    const int16_t* grid = gridFor(p.intervals);
+    const int n = p.intervals;
+
+    // Both polynomials at every grid point, computed up front by the vector
+    // twin (the Q23 form is rare and evaluated on demand).
+    alignas(32) int16_t gx[64] = {};
+    alignas(32) int16_t gy[2][64] = {};
+    if (!q23) {
+        for (int j = 0; j <= n; ++j) gx[j] = grid[j];
+        const OwnLspKernels& k = ownLspKernels();
+        k.chebGrid(gx, 64, f[0], shift, gy[0]);
+        k.chebGrid(gx, 64, f[1], shift, gy[1]);
+    }
+    auto cheb = [&](int16_t x, int ip) { return ownChebps_16s(x, f[ip], shift, q23); };
+    auto chebGrid = [&](int j, int ip) { return q23 ? cheb(grid[j], ip) : gy[ip][j]; };
+
+    int nf = 0, ip = 0;
+    int16_t xlow = grid[0];
+    int16_t ylow = chebGrid(0, 0);
+    int j = 0;
+    while (nf < kM && j < n) {
+        ++j;
+        int16_t xhigh = xlow, yhigh = ylow;
+        xlow = grid[j];
+        ylow = chebGrid(j, ip);
+        if (L_mult(ylow, yhigh) <= 0) {
+            for (int i = 0; i < p.bisections; ++i) {
+                const int16_t xmid = add(shr(xlow, 1), shr(xhigh, 1));
+                const int16_t ymid = cheb(xmid, ip);
+                if (L_mult(ylow, ymid) <= 0) {
+                    yhigh = ymid;
+                    xhigh = xmid;
+                } else {
+                    ylow = ymid;
+                    xlow = xmid;
+                }
+            }
+            const int16_t xint = interpolateRoot(xlow, ylow, xhigh, yhigh);
+            lsp[nf++] = xint;
+            xlow = xint;
+            ip ^= 1;
+            ylow = cheb(xlow, ip);
+        }
+    }
+    return nf;
+}
+
+// ---- conversions ---------------------------------------------------------------
+
+void ownLSPToLSF_16s(const int16_t* lsp, int16_t* lsf) {
+    int ind = 63;  // the table walk only moves down: the input is ordered
+    for (int i = kM - 1; i >= 0; --i) {
+        while (kTable2[ind] < lsp[i]) {
+            if (--ind <= 0) break;
+        }
+        const int16_t offset = sub(lsp[i], kTable2[ind]);
+        const int32_t t = L_mult(kSlopeAcos[ind], offset);  // Q28
+        const int16_t freq = add(shl(static_cast<int16_t>(ind), 9), extract_l(L_shr(t, 12)));
+        lsf[i] = mult(freq, 25736);  // 2*pi in Q12
+    }
+}
+
+void ownLSPToLSFNorm_16s(const int16_t* lsp, int16_t* lsf) {
+    int ind = 63;
+    for (int i = kM - 1; i >= 0; --i) {
+        while (kTable[ind] < lsp[i]) --ind;  // table[0] = 32767 ends the walk
+        const int32_t t = L_mult(sub(lsp[i], kTable[ind]), kSlope[ind]);
+        const int16_t frac = round_fx(L_shl(t, 3));
+        lsf[i] = add(frac, shl(static_cast<int16_t>(ind), 8));
+    }
+}
+
+int ownLSFToLSP_16s(const int16_t* lsf, int16_t* lsp) {
+    // Radians (Q13) to the 16384-for-pi scale: times 1/(2 pi) in Q17.
+    int16_t freq[kM];
+    for (int i = 0; i < kM; ++i) freq[i] = mult(lsf[i], 20861);
+    return ownLSFToLSPTable_16s(kSlopeCos, 12, freq, lsp);
+}
+
+void ownLagWindow_32s(int32_t* r, int len) {
+    for (int k = 0; k < len; ++k) {
+        const int16_t hi = static_cast<int16_t>(r[k] >> 16);
+        const int16_t lo = static_cast<int16_t>((r[k] >> 1) & 0x7fff);
+        r[k] = Mpy_32(hi, lo, kLagH[k], kLagL[k]);
+    }
+}
+
+// ---- quantiser building blocks ----------------------------------------------------
+
+namespace {
+
+/// Lsp_expand_1_2 over [from, to): pulls neighbours apart to at least gap.
+void expand(int16_t* buf, int16_t gap, int from, int to) {
+    for (int j = from; j < to; ++j) {
+        const int16_t diff = sub(buf[j - 1], buf[j]);
+        const int16_t tmp = shr(add(diff, gap), 1);
+        if (tmp > 0) {
+            buf[j - 1] = sub(buf[j - 1], tmp);
+            buf[j] = add(buf[j], tmp);
+        }
+    }
+}
+
+/// Lsp_prev_extract: the residual that lsf implies under predictor ma.
+void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* res) {
+    for (int j = 0; j < kM; ++j) {
+        int32_t t = L_deposit_h(lsf[j]);
+        for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+        const int16_t tmp = extract_h(t);
+        res[j] = extract_h(L_shl(L_mult(tmp, kFgSumInv[ma][j]), 3));
+    }
+}
+
+/// Get_wegt: perceptual weights of the LSF, normalised.
+void weights(const int16_t* lsf, int16_t* w) {
+    constexpr int16_t kPi04 = 1029, kPi92 = 23677, kConst10 = 10 << 11, kConst12 = 19661;
+    int16_t buf[kM];
+    buf[0] = sub(lsf[1], kPi04 + 8192);
+    for (int i = 1; i < kM - 1; ++i) buf[i] = sub(sub(lsf[i + 1], lsf[i - 1]), 8192);
+    buf[kM - 1] = sub(kPi92 - 8192, lsf[kM - 2]);
+    for (int i = 0; i < kM; ++i) {
+        if (buf[i] > 0) {
+            w[i] = 2048;
+        } else {
+            int16_t t = extract_h(L_shl(L_mult(buf[i], buf[i]), 2));
+            t = extract_h(L_shl(L_mult(t, kConst10), 2));
+            w[i] = add(t, 2048);
+        }
+    }
+    w[4] = extract_h(L_shl(L_mult(w[4], kConst12), 1));
+    w[5] = extract_h(L_shl(L_mult(w[5], kConst12), 1));
+    int16_t mx = 0;
+    for (int i = 0; i < kM; ++i)
+        if (w[i] > mx) mx = w[i];
+    const int16_t sft = norm_s(mx);
+    for (int i = 0; i < kM; ++i) w[i] = shl(w[i], sft);
+}
+
+/// Lsp_select_1 / Lsp_select_2: weighted second-stage search over one half.
+int selectHalf(const int16_t* r, const int16_t* cb1row, const int16_t* w, int from) {
+    int16_t buf[kM];
+    for (int j = from; j < from + kNC; ++j) buf[j] = sub(r[j], cb1row[j]);
+    int32_t dmin = MAX_32;
+    int best = 0;
+    for (int k = 0; k < kNC1; ++k) {
+        int32_t dist = 0;
+        for (int j = from; j < from + kNC; ++j) {
+            const int16_t tmp = sub(buf[j], kLspcb2[k][j]);
+            dist = L_mac(dist, mult(w[j], tmp), tmp);
+        }
+        if (L_sub(dist, dmin) < 0) {
+            dmin = dist;
+            best = k;
+        }
+    }
+    return best;
+}
+
+}  // namespace
+
+int ownLSFDecode_16s(int l0, int l1, int l2, int l3, int16_t* prevFreq, int16_t* lsf) {
+    const int ma = l0 & 1;
+    l1 &= kNC0 - 1;
+    l2 &= kNC1 - 1;
+    l3 &= kNC1 - 1;
+    int16_t buf[kM];
+    for (int j = 0; j < kNC; ++j) buf[j] = add(kLspcb1[l1][j], kLspcb2[l2][j]);
+    for (int j = kNC; j < kM; ++j) buf[j] = add(kLspcb1[l1][j], kLspcb2[l3][j]);
+    expand(buf, kGap1, 1, kM);
+    expand(buf, kGap2, 1, kM);
+    for (int j = 0; j < kM; ++j) {  // Lsp_prev_compose
+        int32_t t = L_mult(buf[j], kFgSum[ma][j]);
+        for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+        lsf[j] = extract_h(t);
+    }
+    ownPushMemory(prevFreq, buf);
+    return ownStabilise<int16_t>(lsf, kLLimit, kGap3, kMLimit, [](int16_t v) { return add(v, kGap3); });
+}
+
+void ownLSFDecodeErased_16s(int ma, int16_t* prevFreq, const int16_t* lsf) {
+    int16_t res[kM];
+    prevExtract(lsf, prevFreq, ma & 1, res);
+    ownPushMemory(prevFreq, res);
+}
+
+void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx) {
+    int16_t w[kM];
+    weights(lsf, w);
+    const OwnLspKernels& kern = ownLspKernels();
+    int cand[2], t1[2], t2[2];
+    int32_t tdist[2];
+    for (int ma = 0; ma < 2; ++ma) {
+        alignas(32) int16_t r[16] = {};
+        prevExtract(lsf, prevFreq, ma, r);
+        // Lsp_pre_select: nearest first-stage vector (first of equal ones).
+        alignas(32) int32_t d[kNC0];
+        kern.dist1(r, d);
+        int c = 0;
+        for (int i = 1; i < kNC0; ++i)
+            if (d[i] < d[c]) c = i;
+        cand[ma] = c;
+        t1[ma] = selectHalf(r, kLspcb1[c], w, 0);
+        t2[ma] = selectHalf(r, kLspcb1[c], w, kNC);
+        int16_t buf[kM];
+        for (int j = 0; j < kNC; ++j) buf[j] = add(kLspcb1[c][j], kLspcb2[t1[ma]][j]);
+        expand(buf, kGap1, 1, kNC);
+        for (int j = kNC; j < kM; ++j) buf[j] = add(kLspcb1[c][j], kLspcb2[t2[ma]][j]);
+        expand(buf, kGap1, kNC, kM);
+        expand(buf, kGap2, 1, kM);
+        int32_t td = 0;  // Lsp_get_tdist
+        for (int j = 0; j < kM; ++j) {
+            const int16_t tmp = mult(sub(buf[j], r[j]), kFgSum[ma][j]);
+            const int16_t tmp2 = extract_h(L_shl(L_mult(w[j], tmp), 4));
+            td = L_mac(td, tmp2, tmp);
+        }
+        tdist[ma] = td;
+    }
+    const int m = L_sub(tdist[1], tdist[0]) < 0 ? 1 : 0;
+    idx[0] = static_cast<int16_t>(m);
+    idx[1] = static_cast<int16_t>(cand[m]);
+    idx[2] = static_cast<int16_t>(t1[m]);
+    idx[3] = static_cast<int16_t>(t2[m]);
+}
+
+}  // namespace xvo::g729
+
+// ---- exported functions ------------------------------------------------------------
+
+using namespace xvo;
+using namespace xvo::g729;
+
+namespace {
+
+XvoStatus lpcToLsp(const Xvo16s* a, const Xvo16s* prev, Xvo16s* lsp, const OwnLpcToLspParams& p) {
+    XVO_CHECK(ownCheckPtrs(a, prev, lsp));
+    int16_t roots[kM];
+    const int nf = ownLPCToLSP_16s(a, roots, p);
+    const int16_t* src = nf < kM ? prev : roots;  // a partial set is never returned
+    for (int i = 0; i < kM; ++i) lsp[i] = src[i];
+    return xvoStsOk;
+}
+
+}  // namespace
+
+extern "C" {
+
+XVOSC_API XvoStatus xvosLPCToLSP_G729_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSP, Xvo16s* pDstLSP) {
+    return lpcToLsp(pSrcLPC, pSrcPrevLSP, pDstLSP, kLpcToLspG729);
+}
+
+XVOSC_API XvoStatus xvosLPCToLSP_G729A_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSP, Xvo16s* pDstLSP) {
+    return lpcToLsp(pSrcLPC, pSrcPrevLSP, pDstLSP, kLpcToLspG729A);
+}
+
+XVOSC_API XvoStatus xvosLSPToLSF_G729_16s(const Xvo16s* pSrcLSP, Xvo16s* pDstLSF) {
+    XVO_CHECK(ownCheckPtrs(pSrcLSP, pDstLSF));
+    ownLSPToLSF_16s(pSrcLSP, pDstLSF);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosLSPToLSF_Norm_G729_16s(const Xvo16s* pSrcLSP, Xvo16s* pDstLSF) {
+    XVO_CHECK(ownCheckPtrs(pSrcLSP, pDstLSF));
+    ownLSPToLSFNorm_16s(pSrcLSP, pDstLSF);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosLSFToLSP_G729_16s(const Xvo16s* pSrcLSF, Xvo16s* pDstLSP) {
+    XVO_CHECK(ownCheckPtrs(pSrcLSF, pDstLSP));
+    return ownLSFToLSP_16s(pSrcLSF, pDstLSP);
+}
+
+XVOSC_API XvoStatus xvosLagWindow_G729_32s_I(Xvo32s* pSrcDst, int len) {
+    XVO_CHECK(ownCheckPtrs(pSrcDst));
+    XVO_CHECK(ownCheckLens(len));
+    XVO_RETURN_IF(len > 12, xvoStsRange);
+    ownLagWindow_32s(pSrcDst, len);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosLSFDecode_G729_16s(const Xvo16s* pSrcIndices, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstLSF) {
+    XVO_CHECK(ownCheckPtrs(pSrcIndices, pSrcDstPrevFreq, pDstLSF));
+    XVO_RETURN_IF(static_cast<uint16_t>(pSrcIndices[0]) > 3, xvoStsBadCodecParam);
+    return ownLSFDecode_16s(pSrcIndices[0], pSrcIndices[1], pSrcIndices[2], pSrcIndices[3], pSrcDstPrevFreq, pDstLSF);
+}
+
+XVOSC_API XvoStatus xvosLSFDecodeErased_G729_16s(Xvo16s maIndex, Xvo16s* pSrcDstPrevFreq, const Xvo16s* pSrcLSF) {
+    XVO_CHECK(ownCheckPtrs(pSrcDstPrevFreq, pSrcLSF));
+    XVO_RETURN_IF(static_cast<uint16_t>(maIndex) > 3, xvoStsBadCodecParam);
+    ownLSFDecodeErased_16s(maIndex, pSrcDstPrevFreq, pSrcLSF);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosLSFQuant_G729_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSF,
+                                          Xvo16s* pDstIndices) {
+    XVO_CHECK(ownCheckPtrs(pSrcLSF, pSrcDstPrevFreq, pDstQLSF, pDstIndices));
+    int16_t idx[4];
+    ownLSFQuantSearch_16s(pSrcLSF, pSrcDstPrevFreq, idx);
+    for (int i = 0; i < 4; ++i) pDstIndices[i] = idx[i];
+    return ownLSFDecode_16s(idx[0], idx[1], idx[2], idx[3], pSrcDstPrevFreq, pDstQLSF);
+}
+
+XVOSC_API XvoStatus xvosLSPQuant_G729_16s(const Xvo16s* pSrcLSP, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSP,
+                                          Xvo16s* pDstCode) {
+    XVO_CHECK(ownCheckPtrs(pSrcLSP, pSrcDstPrevFreq, pDstQLSP, pDstCode));
+    int16_t lsf[kM], qlsf[kM], idx[4];
+    ownLSPToLSF_16s(pSrcLSP, lsf);
+    ownLSFQuantSearch_16s(lsf, pSrcDstPrevFreq, idx);
+    ownLSFDecode_16s(idx[0], idx[1], idx[2], idx[3], pSrcDstPrevFreq, qlsf);  // warnings are not reported here
+    pDstCode[0] = static_cast<int16_t>((idx[0] << 7) | idx[1]);
+    pDstCode[1] = static_cast<int16_t>((idx[2] << 5) | idx[3]);
+    return ownLSFToLSP_16s(qlsf, pDstQLSP);
+}
+
+}  // extern "C"

@@ -1,0 +1,129 @@
+// Internal kernels of the G.729 line-spectral family: the LPC-to-LSP root
+// finder (shared with GSM-AMR), the LSP/LSF conversions, the lag window, the
+// switched-MA LSF decoder and quantiser, and their float twins.
+#pragma once
+
+#include <cstdint>
+
+#include "core/cpu.h"
+
+namespace xvo::g729 {
+
+// ---- LPC to LSP --------------------------------------------------------------
+
+/// Settings of the root finder; each caller passes its own.
+struct OwnLpcToLspParams {
+    int intervals;   ///< grid intervals on the cosine axis: 60 (cos(pi*i/60)) or 50 (cos(pi*i/50))
+    int bisections;  ///< interval halvings per sign change before the linear interpolation
+    /// 1: the G.729 form, which watches the Q11 coefficients for overflow and then
+    ///    recomputes them in Q10 and evaluates in Q23 (Chebps_10);
+    /// 0: the GSM-AMR form, no overflow watch.
+    int selector;
+    /// log2 of the factor that brings a coefficient into the Q24 evaluation
+    /// (12: coefficients in Q11, G.729; 13: coefficients in Q10, GSM-AMR).
+    int shift;
+};
+
+inline constexpr OwnLpcToLspParams kLpcToLspG729{60, 4, 1, 12};   // main body, as the reference runs it
+inline constexpr OwnLpcToLspParams kLpcToLspG729A{50, 2, 1, 12};  // Annex A
+inline constexpr OwnLpcToLspParams kLpcToLspGsmAmr{60, 4, 0, 13}; // GSM-AMR
+
+/// Roots of the sum and difference polynomials of a (11 coefficients, Q12,
+/// a[0] not read) as cosines in Q15, written to lsp in the order found.
+/// Returns the number of roots found (0..10); lsp[nf..9] are not written.
+int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p);
+
+/// Float root finder of the G.729 floating-point reference (Annex C):
+/// `intervals` grid intervals and `bisections` halvings. Returns the roots found.
+int ownLPCToLSP_32f(const float* a, float* lsp, int intervals, int bisections);
+
+// ---- Conversions ---------------------------------------------------------------
+
+/// Lsp_lsf2: LSP (Q15, non-increasing) to LSF in radians (Q13).
+void ownLSPToLSF_16s(const int16_t* lsp, int16_t* lsf);
+/// Lsp_lsf: LSP (Q15, non-increasing) to normalised LSF (Q15, 0..0.5).
+void ownLSPToLSFNorm_16s(const int16_t* lsp, int16_t* lsf);
+/// Lsf_lsp2: LSF in radians (Q13) to LSP (Q15); -12 at the first negative LSF.
+int ownLSFToLSP_16s(const int16_t* lsf, int16_t* lsp);
+
+/// Lag_window on 32-bit words (hi = x >> 16, lo = (x >> 1) & 0x7fff), lags 1..len.
+void ownLagWindow_32s(int32_t* r, int len);
+
+// ---- MA-predictive LSF quantiser ------------------------------------------------
+
+/// Lsp_get_quant + Lsp_stability: decodes indices (L0 & 1, L1 & 127, L2 & 31,
+/// L3 & 31) with the 4 x 10 memory prevFreq, updates the memory, writes the
+/// stabilised LSF (Q13). Returns 0, 13 (low end raised), 14 (high end lowered) or 15.
+int ownLSFDecode_16s(int l0, int l1, int l2, int l3, int16_t* prevFreq, int16_t* lsf);
+
+/// Lsp_prev_extract + Lsp_prev_update for an erased frame with predictor ma (0/1).
+void ownLSFDecodeErased_16s(int ma, int16_t* prevFreq, const int16_t* lsf);
+
+/// Get_wegt + the Relspwed search: the four indices L0..L3 for lsf (Q13)
+/// and memory prevFreq (not modified).
+void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx);
+
+/// Float decoder (Annex C lsp_get_quant + lsp_stability); returns the same
+/// warning codes as the 16-bit decoder.
+int ownLSFDecode_32f(int l0, int l1, int l2, int l3, float* prevFreq, float* lsf);
+/// Float erased-frame memory update (Annex C lsp_prev_extract + lsp_prev_update).
+void ownLSFDecodeErased_32f(int ma, float* prevFreq, const float* lsf);
+
+// ---- Shared steps of the 16-bit and float decoders ---------------------------------
+
+/// Lsp_prev_update: rows 3 <- 2 <- 1 <- 0 of the 4 x 10 memory, row 0 <- row.
+template <typename T>
+void ownPushMemory(T* prevFreq, const T* row) {
+    for (int i = 39; i >= 10; --i) prevFreq[i] = prevFreq[i - 10];
+    for (int j = 0; j < 10; ++j) prevFreq[j] = row[j];
+}
+
+/// Lsp_stability: one ordering pass, the low limit, the minimum distance gap
+/// (lsf[j+1] = addGap(lsf[j]) where closer) and the high limit. Returns 0, or
+/// the warning 13 / 14 / 15 for a low / high / both correction(s).
+template <typename T, typename AddGap>
+int ownStabilise(T* lsf, T low, T gap, T high, AddGap addGap) {
+    int st = 0;
+    for (int j = 0; j < 9; ++j)
+        if (lsf[j + 1] < lsf[j]) {
+            const T t = lsf[j + 1];
+            lsf[j + 1] = lsf[j];
+            lsf[j] = t;
+        }
+    if (lsf[0] < low) {
+        lsf[0] = low;
+        st |= 1;
+    }
+    for (int j = 0; j < 9; ++j)
+        if (lsf[j + 1] - lsf[j] < gap) lsf[j + 1] = addGap(lsf[j]);
+    if (lsf[9] > high) {
+        lsf[9] = high;
+        st |= 2;
+    }
+    return st == 0 ? 0 : 12 + st;  // xvoStsLSFLow, xvoStsLSFHigh, xvoStsLSFLowHigh
+}
+
+// ---- Vectorised twins ------------------------------------------------------------
+
+/// Squared distances of the first-stage search: d[i] = min(sum_j sat16(r[j] - cb1[i][j])^2, 2^30)
+/// for the 128 entries of lspcb1 (2*d orders the entries exactly as the reference's
+/// saturating L_mac sum does).
+using OwnDist1Fn = void (*)(const int16_t* r, int32_t* d);
+/// Chebyshev evaluations at the grid points: y[i] = C(x[i]) for i < n (n a multiple of 8,
+/// the arrays padded), for Q24 evaluation with coefficients f[0..5] and shift 12 or 13.
+using OwnChebGridFn = void (*)(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y);
+
+struct OwnLspKernels {
+    OwnDist1Fn dist1;
+    OwnChebGridFn chebGrid;
+};
+
+/// Kernels for one CPU level (a supported level); ownLspKernels() for the running CPU.
+const OwnLspKernels& ownLspKernelsFor(OwnCpuLevel level);
+const OwnLspKernels& ownLspKernels();
+
+/// One Chebyshev evaluation of the reference (Chebps_11 / Chebps_10 / GSM-AMR Chebps):
+/// q23 selects the Q23 evaluation of Chebps_10.
+int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23);
+
+}  // namespace xvo::g729
