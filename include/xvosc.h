@@ -231,6 +231,144 @@ XVOSC_API XvoStatus xvosDecode_G726_8u16s(XvoG726State* pState, const Xvo8u* pSr
 /* G.729 line-spectral parameters                                           */
 /* ======================================================================== */
 /* @section g729lsp:begin */
+/*
+ * The G.729 spectral envelope in its three forms: 11 LPC coefficients a[0..10]
+ * (Q12, a[0] = 4096), 10 LSPs (cosines, Q15, decreasing) and 10 LSFs (Q13
+ * radians 0..pi = 25736, or Q15 normalised frequency 0..0.5 for the _Norm_
+ * form), plus the lag window and the 18-bit switched-MA LSF quantiser
+ * (L0: predictor, 1 bit; L1: first stage, 7 bits; L2/L3: second-stage
+ * halves, 5 bits each), bit-exact to the ITU-T G.729 reference (main body
+ * and Annex A).
+ *
+ * MA memory ("prevFreq"): 4 x 10 Q13 values, row 0 the newest residual
+ * vector, owned by the caller; initialise every row to the reset vector
+ * pi*(j+1)/11 = {2339, 4679, 7018, 9358, 11698, 14037, 16377, 18717, 21056,
+ * 23396}. Decode and quantise calls update it in place.
+ *
+ * Predictor switch: the 16-bit decoders accept 0..3 (2 and 3 act as 0 and 1,
+ * the switch bit of the bitstream); the float erased-frame form accepts only
+ * 0..1. Indices L1, L2, L3 are taken modulo 128, 32, 32.
+ *
+ * The float (_32f) forms follow the G.729 floating-point reference (Annex C):
+ * LSF in radians, LSP as cosines, MA memory 4 x 10 floats (reset vector
+ * pi*(j+1)/11); their results agree with the 16-bit forms to within the
+ * rounding of the fixed-point arithmetic, not bit for bit.
+ */
+
+/** LPC to LSP, G.729 main body: roots of the sum and difference polynomials
+ *  on a 60-interval cosine grid, 4 bisections per root and a linear
+ *  interpolation (as the G.729 reference coder runs it, so that a coder built
+ *  on it reproduces the ITU test vectors); coefficients that overflow Q11 are
+ *  evaluated in Q10.
+ *  @param pSrcLPC     in: a[0..10], Q12 (a[0] not read).
+ *  @param pSrcPrevLSP in: 10 LSPs (Q15) returned when fewer than 10 roots are found.
+ *  @param pDstLSP     out: 10 LSPs, Q15. May alias pSrcPrevLSP.
+ *  @return xvoStsNullPtr for a null pointer; else xvoStsOk (also when the
+ *          previous LSPs were substituted). */
+XVOSC_API XvoStatus xvosLPCToLSP_G729_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSP, Xvo16s* pDstLSP);
+
+/** LPC to LSP, G.729 Annex A: as xvosLPCToLSP_G729_16s with a 50-interval
+ *  grid and 2 bisections. Same arguments and statuses. */
+XVOSC_API XvoStatus xvosLPCToLSP_G729A_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSP, Xvo16s* pDstLSP);
+
+/** LPC to LSP in floating point (G.729 float reference): 60-interval grid,
+ *  4 bisections.
+ *  @param pSrcLPC     in: a[0..10] (a[0] = 1, not read).
+ *  @param pSrcPrevLSP in: 10 cosines returned when fewer than 10 roots are found.
+ *  @param pDstLSP     out: 10 cosines. May alias pSrcPrevLSP.
+ *  @return xvoStsNullPtr for a null pointer; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLPCToLSP_G729_32f(const Xvo32f* pSrcLPC, const Xvo32f* pSrcPrevLSP, Xvo32f* pDstLSP);
+
+/** LPC to LSP in floating point, Annex A: 50-interval grid, 2 bisections.
+ *  Same arguments and statuses as xvosLPCToLSP_G729_32f. */
+XVOSC_API XvoStatus xvosLPCToLSP_G729A_32f(const Xvo32f* pSrcLPC, const Xvo32f* pSrcPrevLSP, Xvo32f* pDstLSP);
+
+/** LSP to LSF in radians (the G.729 step Lsp_lsf2).
+ *  @param pSrcLSP in: 10 LSPs, Q15, non-increasing (the table walk relies on it).
+ *  @param pDstLSF out: 10 LSFs, Q13 radians. May alias pSrcLSP.
+ *  @return xvoStsNullPtr for a null pointer; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSPToLSF_G729_16s(const Xvo16s* pSrcLSP, Xvo16s* pDstLSF);
+
+/** LSP to normalised LSF (the G.729 step Lsp_lsf).
+ *  @param pSrcLSP in: 10 LSPs, Q15, non-increasing.
+ *  @param pDstLSF out: 10 LSFs, Q15 normalised frequency (0..0.5). May alias pSrcLSP.
+ *  @return xvoStsNullPtr for a null pointer; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSPToLSF_Norm_G729_16s(const Xvo16s* pSrcLSP, Xvo16s* pDstLSF);
+
+/** LSF in radians to LSP (the G.729 step Lsf_lsp2): cosine table and slope,
+ *  index limited to 63.
+ *  @param pSrcLSF in: 10 LSFs, Q13 radians, any order.
+ *  @param pDstLSP out: 10 LSPs, Q15. May alias pSrcLSF.
+ *  @return xvoStsNullPtr for a null pointer; xvoStsDomain at the first
+ *          negative LSF (the LSPs before it are already written); else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSFToLSP_G729_16s(const Xvo16s* pSrcLSF, Xvo16s* pDstLSP);
+
+/** Lag window of the autocorrelation (G.729 3.2.1, 12-entry table of Annex B):
+ *  r[k] = Mpy_32(r[k], w[k+1]) in double-precision format.
+ *  @param pSrcDst in/out: autocorrelation from lag 1 on, len 32-bit words;
+ *                 each is read as hi = x >> 16, lo = (x >> 1) & 0x7fff (bit 0 is ignored).
+ *  @param len     number of lags to window, 1..12.
+ *  @return xvoStsNullPtr; xvoStsSize when len < 1; xvoStsRange when len > 12; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLagWindow_G729_32s_I(Xvo32s* pSrcDst, int len);
+
+/** LSF decoding (Lsp_get_quant and Lsp_stability): codebook sum, two
+ *  rearrangements (gaps 10 and 5), MA composition, memory update, stabilisation.
+ *  @param pSrcIndices     in: L0, L1, L2, L3.
+ *  @param pSrcDstPrevFreq in/out: MA memory, 4 x 10, Q13.
+ *  @param pDstLSF         out: 10 LSFs, Q13.
+ *  @return xvoStsNullPtr; xvoStsBadCodecParam when L0 is outside 0..3 (nothing
+ *          written); else xvoStsOk, or the warnings xvoStsLSFLow (the first LSF
+ *          was raised to 40), xvoStsLSFHigh (the last lowered to 25681) or
+ *          xvoStsLSFLowHigh (both), each with a valid output and updated memory. */
+XVOSC_API XvoStatus xvosLSFDecode_G729_16s(const Xvo16s* pSrcIndices, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstLSF);
+
+/** LSF decoding in floating point (G.729 float reference).
+ *  @param pSrcIndices     in: L0 (0..1; the switch bit is used), L1, L2, L3.
+ *  @param pSrcDstPrevFreq in/out: MA memory, 4 x 10 floats (radians).
+ *  @param pDstLSF         out: 10 LSFs, radians.
+ *  @return xvoStsNullPtr for a null pointer; else xvoStsOk (corrections made by
+ *          the stabilisation are not reported). */
+XVOSC_API XvoStatus xvosLSFDecode_G729_32f(const Xvo16s* pSrcIndices, Xvo32f* pSrcDstPrevFreq, Xvo32f* pDstLSF);
+
+/** MA memory update of an erased frame (Lsp_prev_extract and Lsp_prev_update):
+ *  pushes the residual that the repeated LSF implies under predictor maIndex,
+ *  with the reference's saturations.
+ *  @param maIndex         in: L0 of the last good frame, 0..3 (tested as unsigned 16-bit).
+ *  @param pSrcDstPrevFreq in/out: MA memory, 4 x 10, Q13.
+ *  @param pSrcLSF         in: the LSF being repeated, Q13 (not changed).
+ *  @return xvoStsNullPtr; xvoStsBadCodecParam when maIndex is outside 0..3; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSFDecodeErased_G729_16s(Xvo16s maIndex, Xvo16s* pSrcDstPrevFreq, const Xvo16s* pSrcLSF);
+
+/** MA memory update of an erased frame in floating point.
+ *  @param maIndex         in: predictor of the last good frame, 0 or 1.
+ *  @param pSrcDstPrevFreq in/out: MA memory, 4 x 10 floats.
+ *  @param pSrcLSF         in: the LSF being repeated, radians (not changed).
+ *  @return xvoStsNullPtr; xvoStsBadCodecParam when maIndex is outside 0..1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSFDecodeErased_G729_32f(int maIndex, Xvo32f* pSrcDstPrevFreq, Xvo32f* pSrcLSF);
+
+/** LSF quantisation (Lsp_qua_cs): perceptual weights, search of both MA
+ *  predictors (first stage 128 vectors, second-stage halves 32 each), then
+ *  the decoding of the chosen indices into the quantised LSF and the memory.
+ *  @param pSrcLSF         in: 10 LSFs, Q13.
+ *  @param pSrcDstPrevFreq in/out: MA memory, 4 x 10, Q13.
+ *  @param pDstQLSF        out: 10 quantised LSFs, Q13.
+ *  @param pDstIndices     out: L0, L1, L2, L3.
+ *  @return xvoStsNullPtr; else the status of the decoding step (xvoStsOk,
+ *          xvoStsLSFLow, xvoStsLSFHigh or xvoStsLSFLowHigh). */
+XVOSC_API XvoStatus xvosLSFQuant_G729_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSF,
+                                          Xvo16s* pDstIndices);
+
+/** LSP quantisation (Qua_lsp): LSP to LSF (radians), xvosLSFQuant_G729_16s,
+ *  packing of the indices and LSF to LSP.
+ *  @param pSrcLSP         in: 10 LSPs, Q15, non-increasing.
+ *  @param pSrcDstPrevFreq in/out: MA memory, 4 x 10, Q13.
+ *  @param pDstQLSP        out: 10 quantised LSPs, Q15.
+ *  @param pDstCode        out: 2 words, L0 << 7 | L1 and L2 << 5 | L3.
+ *  @return xvoStsNullPtr; else the status of the final LSF-to-LSP step
+ *          (xvoStsOk: quantised LSFs are never negative); the decoding
+ *          warnings are not reported. */
+XVOSC_API XvoStatus xvosLSPQuant_G729_16s(const Xvo16s* pSrcLSP, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSP,
+                                          Xvo16s* pDstCode);
 /* @section g729lsp:end */
 
 /* ======================================================================== */
