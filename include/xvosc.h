@@ -507,6 +507,36 @@ XVOSC_API XvoStatus xvosGainControl_G729A_16s_I(const Xvo16s* pSrc, Xvo16s* pSrc
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosGainControl_G729_32f_I(const Xvo32f* pSrc, Xvo32f* pSrcDst, Xvo32f* pSrcDstGain);
 
+/* ---- Annex B: SID spectral quantisation --------------------------------- */
+
+/** G.729 Annex B SID LSF decoding (the reference sid_lsfq_decode up to the stabilised LSF).
+ *  The first-stage index selects row PtrTab_1[i1] of the 128-row LSF codebook, the second-stage
+ *  index rows PtrTab_2[0][i2] (elements 0..4) and PtrTab_2[1][i2] (5..9) of the 32-row codebook;
+ *  the vector is rearranged (gaps 10, then 5), composed with the Annex B noise MA predictor
+ *  index[0] (predictor 0 = the main-body predictor 0; predictor 1 = 0.6 fg[0] + 0.4 fg[1] with its
+ *  own sums), pushed into the memory, and stabilised (40, 321, 25681).
+ *  @param pSrcIndices     in: [predictor 0..1, first stage 0..31, second stage 0..15]; not
+ *                         range-checked (the caller guarantees them).
+ *  @param pSrcDstPrevFreq in/out: 4 x 10 MA memory, Q13, row 0 newest (shared with speech frames).
+ *  @param pDstLSF         out: 10 LSF, Q13.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk, xvoStsLSFLow, xvoStsLSFHigh or
+ *          xvoStsLSFLowHigh (the output is valid with each warning). */
+XVOSC_API XvoStatus xvosLSFDecode_G729B_16s(const Xvo16s* pSrcIndices, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstLSF);
+
+/** G.729 Annex B noise LSF quantiser (the reference lsfq_noise from the LSF on): the LSF is first
+ *  spaced as the reference does (lsf[0] >= 40, gaps >= 642, lsf[9] <= 25681, lsf[8] <= lsf[9] - 321
+ *  when they cross); then the G.729 weights, the residual target of both noise predictors, 4
+ *  first-stage candidates (predictor, row) by the Mp-weighted error and the best second-stage
+ *  pair by the weighted error; the three indices are then decoded by xvosLSFDecode_G729B_16s.
+ *  @param pSrcLSF         in: 10 LSF, Q13 (as Lsp_lsf2 gives them).
+ *  @param pSrcDstPrevFreq in/out: 4 x 10 MA memory, updated by the decode step.
+ *  @param pDstQLSF        out: 10 quantised LSF, Q13.
+ *  @param pDstIndices     out: 3 indices [predictor, first stage, second stage].
+ *  @return xvoStsNullPtr (pSrcLSF or pSrcDstPrevFreq, then pDstQLSF or pDstIndices);
+ *          else the status of the decode step. */
+XVOSC_API XvoStatus xvosLSFQuant_G729B_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSF,
+                                           Xvo16s* pDstIndices);
+
 /* @section g729exc:end */
 
 /* ======================================================================== */

@@ -1,0 +1,211 @@
+// G.729 Annex B SID spectral quantisation: the noise LSF quantiser (B.4.1.3,
+// the reference lsfq_noise) and the SID LSF decoder (sid_lsfq_decode). Both
+// use the reduced codebooks (32 first-stage rows, 16 second-stage pairs
+// reached through the SID maps) and the noise MA predictors: predictor 0 is
+// the main-body predictor 0, predictor 1 is 0.6 fg[0] + 0.4 fg[1].
+#include "g729/annexb.h"
+
+#include "core/check.h"
+#include "core/fixed.h"
+#include "g729/g729_tables.h"
+
+namespace xvo::g729 {
+
+using namespace fx;
+
+namespace {
+
+constexpr int kOrder = 10;
+constexpr int16_t kLLimit = 40, kMLimit = 25681, kGap3 = 321;
+constexpr int kCand = 4;  // candidates kept after the first stage
+
+/// Reduced codebook vector of (first-stage, second-stage) SID indices.
+void sidCodevector(int i1, int i2, int16_t* buf) {
+    const int16_t* c1 = kLspcb1[kPtrTab1[i1]];
+    const int16_t* lo = kLspcb2[kPtrTab2[0][i2]];
+    const int16_t* hi = kLspcb2[kPtrTab2[1][i2]];
+    for (int j = 0; j < kOrder; ++j) buf[j] = add(c1[j], j < 5 ? lo[j] : hi[j]);
+}
+
+/// Moves adjacent elements apart until they are at least about gap/2 apart
+/// (the reference's 32-bit form of the step, no 16-bit saturation).
+void rearrange(int16_t* buf, int16_t gap) {
+    for (int j = 1; j < kOrder; ++j) {
+        const int16_t k = static_cast<int16_t>((int32_t(buf[j - 1]) - buf[j] + gap) >> 1);
+        if (k > 0) {
+            buf[j - 1] = sub(buf[j - 1], k);
+            buf[j] = add(buf[j], k);
+        }
+    }
+}
+
+/// Orders, bounds and spaces the LSF; returns the warning status.
+XvoStatus stabilise(int16_t* lsf) {
+    for (int j = 0; j < kOrder - 1; ++j)
+        if (lsf[j + 1] < lsf[j]) {
+            const int16_t t = lsf[j + 1];
+            lsf[j + 1] = lsf[j];
+            lsf[j] = t;
+        }
+    bool low = false, high = false;
+    if (lsf[0] < kLLimit) {
+        lsf[0] = kLLimit;
+        low = true;
+    }
+    for (int j = 0; j < kOrder - 1; ++j)
+        if (int32_t(lsf[j + 1]) - lsf[j] < kGap3) lsf[j + 1] = add(lsf[j], kGap3);
+    if (lsf[kOrder - 1] > kMLimit) {
+        lsf[kOrder - 1] = kMLimit;
+        high = true;
+    }
+    return low ? (high ? xvoStsLSFLowHigh : xvoStsLSFLow) : (high ? xvoStsLSFHigh : xvoStsOk);
+}
+
+/// Keeps the kCand smallest of n errors, earliest first among equals (the
+/// reference's repeated strict-minimum scan); with nothing below 32767 the
+/// candidate is index 0.
+void smallest(int16_t* err, int n, int* pick) {
+    for (int q = 0; q < kCand; ++q) {
+        int16_t best = MAX_16;
+        int at = 0;
+        for (int i = 0; i < n; ++i)
+            if (err[i] < best) {
+                best = err[i];
+                at = i;
+            }
+        err[at] = MAX_16;
+        pick[q] = at;
+    }
+}
+
+}  // namespace
+
+void ownLsfWeights_16s(const int16_t* lsf, int16_t* w) {
+    constexpr int16_t kPi04 = 1029, kPi92 = 23677, kConst10 = 10 * (1 << 11), kConst12 = 19661;
+    int16_t buf[kOrder];
+    buf[0] = sub(lsf[1], kPi04 + 8192);
+    for (int i = 1; i < kOrder - 1; ++i) buf[i] = sub(sub(lsf[i + 1], lsf[i - 1]), 8192);
+    buf[kOrder - 1] = sub(kPi92 - 8192, lsf[kOrder - 2]);
+    for (int i = 0; i < kOrder; ++i) {
+        if (buf[i] > 0) {
+            w[i] = 2048;
+        } else {
+            int16_t t = extract_h(L_shl(L_mult(buf[i], buf[i]), 2));
+            t = extract_h(L_shl(L_mult(t, kConst10), 2));
+            w[i] = add(t, 2048);
+        }
+    }
+    w[4] = extract_h(L_shl(L_mult(w[4], kConst12), 1));
+    w[5] = extract_h(L_shl(L_mult(w[5], kConst12), 1));
+    int16_t mx = 0;
+    for (int i = 0; i < kOrder; ++i)
+        if (w[i] > mx) mx = w[i];
+    const int16_t sft = norm_s(mx);
+    for (int i = 0; i < kOrder; ++i) w[i] = shl(w[i], sft);
+}
+
+XvoStatus ownSidLsfDecode_16s(const int16_t* idx, int16_t* prevFreq, int16_t* lsf) {
+    const int p = idx[0];
+    int16_t buf[kOrder];
+    sidCodevector(idx[1], idx[2], buf);
+    rearrange(buf, 10);
+    rearrange(buf, 5);
+    for (int j = 0; j < kOrder; ++j) {
+        int32_t acc = L_mult(buf[j], kNoiseFgSum[p][j]);
+        for (int k = 0; k < kMaNp; ++k) acc = L_mac(acc, prevFreq[k * kOrder + j], kNoiseFg[p][k][j]);
+        lsf[j] = extract_h(acc);
+    }
+    for (int k = kMaNp - 1; k > 0; --k)
+        for (int j = 0; j < kOrder; ++j) prevFreq[k * kOrder + j] = prevFreq[(k - 1) * kOrder + j];
+    for (int j = 0; j < kOrder; ++j) prevFreq[j] = buf[j];
+    return stabilise(lsf);
+}
+
+void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx) {
+    int16_t w[kOrder];
+    ownLsfWeights_16s(lsf, w);
+
+    // Residual targets of both predictors (the reference's Lsp_prev_extract).
+    int16_t target[2][kOrder];
+    for (int p = 0; p < 2; ++p)
+        for (int j = 0; j < kOrder; ++j) {
+            int32_t acc = L_deposit_h(lsf[j]);
+            for (int k = 0; k < kMaNp; ++k) acc = L_msu(acc, prevFreq[k * kOrder + j], kNoiseFg[p][k][j]);
+            target[p][j] = extract_h(L_shl(L_mult(extract_h(acc), kNoiseFgSumInv[p][j]), 3));
+        }
+
+    // First stage: unweighted error of each predictor against the 32 rows,
+    // scaled by the predictor's weight Mp; keep the 4 best (predictor, row).
+    int16_t err1[2 * 32];
+    for (int p = 0; p < 2; ++p)
+        for (int m = 0; m < 32; ++m) {
+            int32_t acc = 0;
+            for (int j = 0; j < kOrder; ++j) {
+                const int16_t d = sub(target[p][j], kLspcb1[kPtrTab1[m]][j]);
+                acc = L_mac(acc, d, d);
+            }
+            err1[p * 32 + m] = mult(extract_h(acc), kMp[p]);
+        }
+    int pick1[kCand];
+    smallest(err1, 2 * 32, pick1);
+    int16_t resid[kCand][kOrder];
+    for (int q = 0; q < kCand; ++q) {
+        const int p = pick1[q] / 32, m = pick1[q] % 32;
+        for (int j = 0; j < kOrder; ++j) resid[q][j] = sub(target[p][j], kLspcb1[kPtrTab1[m]][j]);
+    }
+
+    // Second stage: weighted error of the 4 residuals against the 16 pairs,
+    // the weights including the squared predictor sum; keep the best.
+    int16_t err2[kCand * 16];
+    for (int q = 0; q < kCand; ++q) {
+        const int p = pick1[q] / 32;
+        for (int m = 0; m < 16; ++m) {
+            int32_t acc = 0;
+            for (int j = 0; j < kOrder; ++j) {
+                const int16_t s = kNoiseFgSum[p][j];
+                int16_t t = mult(extract_h(L_shl(L_mult(s, s), 2)), w[j]);
+                const int16_t d = sub(resid[q][j], kLspcb2[kPtrTab2[j < 5 ? 0 : 1][m]][j]);
+                t = extract_h(L_shl(L_mult(t, d), 3));
+                acc = L_mac(acc, t, d);
+            }
+            err2[q * 16 + m] = extract_h(acc);
+        }
+    }
+    int pick2[kCand];
+    smallest(err2, kCand * 16, pick2);
+    const int q = pick2[0] / 16;
+    idx[0] = static_cast<int16_t>(pick1[q] / 32);
+    idx[1] = static_cast<int16_t>(pick1[q] % 32);
+    idx[2] = static_cast<int16_t>(pick2[0] % 16);
+}
+
+}  // namespace xvo::g729
+
+using namespace xvo::g729;
+
+extern "C" {
+
+XVOSC_API XvoStatus xvosLSFDecode_G729B_16s(const Xvo16s* pSrcIndices, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstLSF) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcIndices, pSrcDstPrevFreq, pDstLSF));
+    return ownSidLsfDecode_16s(pSrcIndices, pSrcDstPrevFreq, pDstLSF);
+}
+
+XVOSC_API XvoStatus xvosLSFQuant_G729B_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSF,
+                                           Xvo16s* pDstIndices) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcLSF, pSrcDstPrevFreq));
+    XVO_CHECK(xvo::ownCheckPtrs(pDstQLSF, pDstIndices));
+    // The reference quantiser first spaces its LSF to about 100 Hz.
+    int16_t lsf[10];
+    for (int j = 0; j < 10; ++j) lsf[j] = pSrcLSF[j];
+    if (lsf[0] < 40) lsf[0] = 40;
+    for (int j = 0; j < 9; ++j)
+        if (xvo::fx::sub(lsf[j + 1], lsf[j]) < 2 * 321) lsf[j + 1] = xvo::fx::add(lsf[j], 2 * 321);
+    if (lsf[9] > 25681) lsf[9] = 25681;
+    if (lsf[9] < lsf[8]) lsf[8] = xvo::fx::sub(lsf[9], 321);
+    int16_t idx[3];
+    ownSidLsfSearch_16s(lsf, pSrcDstPrevFreq, idx);
+    for (int k = 0; k < 3; ++k) pDstIndices[k] = idx[k];
+    return ownSidLsfDecode_16s(idx, pSrcDstPrevFreq, pDstQLSF);
+}
+
+}  // extern "C"
