@@ -153,6 +153,213 @@ XVOSC_API const XvoLibraryVersion* xvoscGetLibVersion(void);
 /* Generic scaling, correlation and filter kernels                          */
 /* ======================================================================== */
 /* @section generic:begin */
+/*
+ * Untagged kernels shared by every fixed-point codec: block auto-scaling,
+ * autocorrelation, cross-correlation, partial convolution, lag-maximum
+ * searches, inverse square root and simple filters.
+ *
+ * Arithmetic of the 16-bit correlation kernels: every correlation and
+ * convolution value is first formed as the exact integer sum of the 16x16-bit
+ * products (Q0, NOT doubled as the basic operator L_mac doubles), then
+ * stored as each function says: saturated to 32 bits once at the end, or,
+ * for an _Sfs function, shifted right by the scale factor after adding
+ * 2^(scaleFactor-1) (nothing when the scale factor is 0; arithmetic shift,
+ * so a tie rounds towards plus infinity) and then saturated to the
+ * destination type. The results therefore do not depend on the order of
+ * the sum, and equal the reference programs' L_mac loops halved wherever
+ * those do not saturate.
+ *
+ * Lag-maximum searches (the open-loop pitch searches of G.729 and GSM-AMR):
+ * the lags are scanned from the highest to the lowest and a value replaces
+ * the current maximum when it is greater than or EQUAL to it, so among equal
+ * maxima the smallest lag wins. Values are compared as they are reported
+ * (after saturation).
+ *
+ * Functions that read samples before or after their vectors say so; the
+ * caller provides that memory. Unless stated, sources and destinations must
+ * not overlap.
+ */
+
+/** Block normalisation with a requested headroom.
+ *  m = the largest magnitude in the block (-32768 counts as 32767). With S the incoming *pScale:
+ *  m = 0 writes zeros and sets *pScale = 16 - S; otherwise n = norm_s(m) (0..14, the left shifts
+ *  that bring m to 0x4000 or above), each element is shifted left by n - S when S < n, else
+ *  shifted right arithmetically by S - n, and *pScale = n - S (positive: scaled up).
+ *  @param pSrc   in: len samples.
+ *  @param pDst   out: len scaled samples (may equal pSrc).
+ *  @param len    in: 1 or more.
+ *  @param pScale in: wanted headroom S in bits, 0 or more; out: the left shift applied.
+ *  @return xvoStsNullPtr when pSrc, pDst or pScale is null; xvoStsSize when len < 1;
+ *          xvoStsScaleRange when *pScale < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoScale_16s(const Xvo16s* pSrc, Xvo16s* pDst, int len, int* pScale);
+
+/** In-place xvosAutoScale_16s.
+ *  @param pSrcDst in/out: len samples.  @param len in: 1 or more.  @param pScale in/out: as above.
+ *  @return xvoStsNullPtr when pSrcDst or pScale is null; xvoStsSize when len < 1;
+ *          xvoStsScaleRange when *pScale < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoScale_16s_I(Xvo16s* pSrcDst, int len, int* pScale);
+
+/** Normalised autocorrelation with an energy guard (the G.729 / GSM-AMR LPC analysis form).
+ *  E = sum of pSrc[i]^2. When E > 0x3FFFFFFF nothing is written and xvoStsOverflow returned (the
+ *  caller rescales and repeats). Else r0 = 2E + 1, n = norm_l(r0), pDst[0] = r0 << n, *pNorm = n,
+ *  and pDst[k] = (sum_{i=k}^{len-1} pSrc[i]*pSrc[i-k]) << (n+1) for k = 1..lenDst-1 (0 for k >= len),
+ *  so every lag shares the scaling of pDst[0] and none can overflow.
+ *  @param pSrc   in: len samples.        @param len    in: 1 or more.
+ *  @param pDst   out: lenDst lags, lag 0 first, Q31 normalised.
+ *  @param lenDst in: number of lags, 1 or more.   @param pNorm out: the normalisation shift n.
+ *  @return xvoStsNullPtr when pSrc, pDst or pNorm is null; xvoStsSize when len or lenDst < 1;
+ *          xvoStsOverflow (nothing written) when E > 0x3FFFFFFF; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorr_NormE_16s32s(const Xvo16s* pSrc, int len, Xvo32s* pDst, int lenDst, int* pNorm);
+
+/** Element-wise 2^30 / sqrt(x) (the 3GPP inverse square root step, table-interpolated).
+ *  x <= 0 gives 0x3FFFFFFF. Else n = norm_l(x), y = x << n, e = 32 - n, y >>= 1 when e is even,
+ *  i = y >> 25, a = (y >> 10) & 0x7FFF and the result is (A[i] - a*B[i]) >> (e/2), with the
+ *  pre-multiplied inverse-square-root tables A[i] = S[i-16] << 16, B[i] = 2*(S[i-16] - S[i-15]).
+ *  1 gives 0x3FFF8000, 2 gives 759234560, 4 gives 0x1FFFC000.
+ *  @param pSrcDst in/out: len values (Q0 in, Q30-scaled result out).  @param len in: 1 or more.
+ *  @return xvoStsNullPtr when pSrcDst is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosInvSqrt_32s_I(Xvo32s* pSrcDst, int len);
+
+/** In-place pitch sharpening: for i = 0..len-1 in increasing order,
+ *  pSrcDst[i] = pSrcDst[i] + ((pSrcDst[i-lag] * val) >> 15), the product formed in 32 bits and
+ *  shifted arithmetically. An element at a non-negative index is read after its own update (the
+ *  reference pitch sharpening); elements at negative indices are the lag samples that precede
+ *  pSrcDst in the caller's buffer. For lag > 3 the addition saturates to 16 bits; for lag 1..3 it
+ *  is a plain 16-bit addition that wraps (kept on purpose). lag <= 0 leaves the vector unchanged.
+ *  @param val     in: gain, Q15.   @param lag in: pitch lag in samples.
+ *  @param pSrcDst in/out: len samples, preceded by lag readable samples when lag > 0.
+ *  @param len     in: 1 or more.
+ *  @return xvoStsNullPtr when pSrcDst is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosHarmonicFilter_16s_I(Xvo16s val, int lag, Xvo16s* pSrcDst, int len);
+
+/** Autocorrelation: pDst[k] = sum_{i=k}^{len-1} pSrc[i]*pSrc[i-k], exact, saturated to 32 bits,
+ *  for k = 0..lenDst-1 (0 for k >= len). len == 160 takes a dedicated path with the same results.
+ *  @param pSrc in: len samples.  @param len in: 1 or more.
+ *  @param pDst out: lenDst lags, lag 0 first, Q0.  @param lenDst in: 1 or more.
+ *  @return xvoStsNullPtr when pSrc or pDst is null; xvoStsSize when len or lenDst < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorr_16s32s(const Xvo16s* pSrc, int len, Xvo32s* pDst, int lenDst);
+
+/** First len outputs of the convolution: pDst[n] = sum_{i=0}^{n} pSrc1[i]*pSrc2[n-i], exact,
+ *  saturated to 32 bits.
+ *  @param pSrc1 in: len samples.  @param pSrc2 in: len samples.  @param pDst out: len values, Q0.
+ *  @param len in: 1 or more.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosConvPartial_16s32s(const Xvo16s* pSrc1, const Xvo16s* pSrc2, Xvo32s* pDst, int len);
+
+/** As xvosConvPartial_16s32s, each output rounded by the scale factor and saturated to 16 bits.
+ *  len == 40 with scaleFactor == 12 (a 40-sample subframe filtered by a Q12 impulse response)
+ *  takes a dedicated path with the same results.
+ *  Checks deviate on purpose: the scale factor is checked right after the pointers, before the
+ *  length, and a negative one gives xvoStsBadArg (not xvoStsScaleRange).
+ *  @param pSrc1 in: len samples.  @param pSrc2 in: len samples.  @param pDst out: len values.
+ *  @param len in: 1 or more.      @param scaleFactor in: 0 or more.
+ *  @return xvoStsNullPtr when a pointer is null; then xvoStsBadArg when scaleFactor < 0; then
+ *          xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosConvPartial_16s_Sfs(const Xvo16s* pSrc1, const Xvo16s* pSrc2, Xvo16s* pDst, int len,
+                                            int scaleFactor);
+
+/** Backward-filtered target (correlation of a target with an impulse response, the CELP
+ *  fixed-codebook preparation): pDst[n] = sum_{j=n}^{len-1} pSrc1[j-n]*pSrc2[j] for n = 0..len-1,
+ *  exact, rounded by the scale factor, saturated to 32 bits.
+ *  @param pSrc1 in: len samples (impulse response).  @param pSrc2 in: len samples (target).
+ *  @param len in: 1 or more.  @param pDst out: len values.  @param scaleFactor in: 0 or more.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len < 1; xvoStsScaleRange when
+ *          scaleFactor < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosCrossCorr_16s32s_Sfs(const Xvo16s* pSrc1, const Xvo16s* pSrc2, int len, Xvo32s* pDst,
+                                             int scaleFactor);
+
+/** Backward-filtered target normalised to its maximum, as the G.729 and G.723.1 codebook searches
+ *  prepare it: y[n] = 2*sum_{j=n}^{len-1} pSrc1[j-n]*pSrc2[j] saturated to 32 bits (the L_mac
+ *  scale); M = the largest |y[n]|; s = norm_l(M) limited to 16; pDst[n] = y[n] >> (18 - s), so the
+ *  largest magnitude uses 13 bits (a block whose M < 2^15 is shifted by 2; M = 0 gives zeros).
+ *  @param pSrc1 in: len samples (impulse response, Q12 in those codecs).  @param pSrc2 in: len
+ *  samples (target).  @param len in: 1 or more.  @param pDst out: len values.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosCrossCorr_NormM_16s(const Xvo16s* pSrc1, const Xvo16s* pSrc2, int len, Xvo16s* pDst);
+
+/** Cross-correlation maximum over lags 0..lagMax: c(k) = sum_{i=0}^{len-1} pSrc1[i]*pSrc2[i+k],
+ *  exact, saturated to 32 bits. The search starts from *pMax = 0 and *pLag = lagMax and scans
+ *  k = lagMax down to 0, taking c(k) when c(k) >= *pMax: the result is the largest non-negative
+ *  value at its smallest lag, or (0, lagMax) when every c(k) is negative.
+ *  @param pSrc1 in: len samples.  @param pSrc2 in: len + lagMax samples.  @param len in: 1 or more.
+ *  @param lagMax in: 0 or more.   @param pMax out: the maximum, Q0.  @param pLag out: its lag.
+ *  @return xvoStsNullPtr when pSrc1 or pSrc2, then pMax or pLag, is null; xvoStsSize when len < 1;
+ *          xvoStsRange when lagMax < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosCrossCorrLagMax_16s(const Xvo16s* pSrc1, const Xvo16s* pSrc2, int len, int lagMax,
+                                            Xvo32s* pMax, int* pLag);
+
+/** Autocorrelation maximum with forward lags: c(k) = sum_{i=0}^{len-1} pSrc[i]*pSrc[i+k], exact,
+ *  saturated to 32 bits, for k = lowerLag..upperLag. The search starts from *pMax = -2^31 and
+ *  *pLag = upperLag and scans k = upperLag down to lowerLag with ">=" (the first lag scanned
+ *  always wins the start; ties go to the smaller lag). lowerLag > upperLag leaves those start
+ *  values. Reads pSrc[lowerLag .. len-1+upperLag].
+ *  @param pSrc in: the samples.  @param len in: 1 or more.  @param lowerLag, upperLag in: lag range.
+ *  @param pMax out: the maximum, Q0.  @param pLag out: its lag.
+ *  @return xvoStsNullPtr when pSrc, pMax or pLag is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorrLagMax_Fwd_16s(const Xvo16s* pSrc, int len, int lowerLag, int upperLag,
+                                               Xvo32s* pMax, int* pLag);
+
+/** As xvosAutoCorrLagMax_Fwd_16s with backward lags, the open-loop pitch form of G.729 and
+ *  GSM-AMR: c(k) = sum_{i=0}^{len-1} pSrc[i]*pSrc[i-k]. Reads pSrc[-upperLag .. len-1-lowerLag]:
+ *  the upperLag samples before pSrc are the signal's past.
+ *  @return xvoStsNullPtr when pSrc, pMax or pLag is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorrLagMax_Inv_16s(const Xvo16s* pSrc, int len, int lowerLag, int upperLag,
+                                               Xvo32s* pMax, int* pLag);
+
+/** Dot product with automatic scaling: S = sum_{i=0}^{len-1} pSrc1[i]*pSrc2[i] (exact); *pSfs =
+ *  the smallest scale factor s >= 0 for which S rounded by s (as an _Sfs result) fits in 32 bits,
+ *  and *pDst = that rounded value. A product sum that fits is returned unscaled with *pSfs = 0.
+ *  @param pSrc1 in: len samples.  @param pSrc2 in: len samples.  @param len in: 1 or more.
+ *  @param pDst out: the scaled sum.  @param pSfs out: the scale factor applied.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosDotProdAutoScale_16s32s_Sfs(const Xvo16s* pSrc1, const Xvo16s* pSrc2, int len,
+                                                    Xvo32s* pDst, int* pSfs);
+
+/** Float pitch sharpening: for i = 0..len-1 in increasing order,
+ *  pSrcDst[i] = pSrcDst[i] + val * pSrcDst[i-lag] (single precision, no fused multiply-add),
+ *  reading updated elements and the lag samples before pSrcDst as xvosHarmonicFilter_16s_I does.
+ *  lag <= 0 leaves the vector unchanged.
+ *  @return xvoStsNullPtr when pSrcDst is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosHarmonicFilter_32f_I(Xvo32f val, int lag, Xvo32f* pSrcDst, int len);
+
+/** Float pre-emphasis 1 - val*z^-1 in place: y[i] = x[i] - val*x[i-1] (single precision, no fused
+ *  multiply-add), with x[-1] = *pMem; afterwards *pMem = x[len-1] (the last input sample), so a
+ *  signal split across calls gives the result of one call.
+ *  @param val in: the filter coefficient.  @param pSrcDst in/out: len samples.
+ *  @param len in: 1 or more.  @param pMem in/out: the previous input sample.
+ *  @return xvoStsNullPtr when pSrcDst or pMem is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosPreemphasize_32f_I(Xvo32f val, Xvo32f* pSrcDst, int len, Xvo32f* pMem);
+
+/** LPC residual (analysis filter A(z)): pDst[n] = sum_{j=0}^{order} pSrcLpc[j]*pSrc[n-j], exact,
+ *  rounded by the scale factor and saturated to 16 bits. The order samples before pSrc are the
+ *  filter memory. With Q12 coefficients (pSrcLpc[0] = 4096) and scaleFactor 12 this is the
+ *  residual of the G.729 / GSM-AMR LPC analysis wherever their L_mac sums do not saturate.
+ *  @param pSrcLpc in: order+1 coefficients.  @param order in: 1 or more.
+ *  @param pSrc in: len samples preceded by order samples of memory.
+ *  @param pDst out: len samples; may not overlap pSrc.  @param len in: 1 or more.
+ *  @param scaleFactor in: 0 or more.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when order or len < 1;
+ *          xvoStsScaleRange when scaleFactor < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosResidualFilter_Low_16s_Sfs(const Xvo16s* pSrcLpc, int order, const Xvo16s* pSrc,
+                                                   Xvo16s* pDst, int len, int scaleFactor);
+
+/** Float cross-correlation maximum: c(k) = sum_{i=0}^{len-1} pSrc1[i]*pSrc2[i+k] accumulated in
+ *  double precision in index order, for k = 0..lagMax; the search of xvosCrossCorrLagMax_16s
+ *  (start 0.0 and lagMax, scan downwards, ">=", ties to the smaller lag).
+ *  @param pSrc1 in: len samples.  @param pSrc2 in: len + lagMax samples.  @param len in: 1 or more.
+ *  @param lagMax in: 0 or more.   @param pMax out: the maximum.  @param pLag out: its lag.
+ *  @return xvoStsNullPtr when pSrc1 or pSrc2, then pMax or pLag, is null; xvoStsSize when len < 1;
+ *          xvoStsRange when lagMax < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosCrossCorrLagMax_32f64f(const Xvo32f* pSrc1, const Xvo32f* pSrc2, int len, int lagMax,
+                                               Xvo64f* pMax, int* pLag);
+
+/** Float open-loop pitch maximum: c(k) = sum_{i=0}^{len-1} pSrc[i]*pSrc[i-k] (backward lags, as
+ *  xvosAutoCorrLagMax_Inv_16s) accumulated in double precision in index order, for
+ *  k = lowerLag..upperLag, scanned downwards with ">=" from -infinity and upperLag; *pMax is the
+ *  winning sum rounded to single precision. Reads pSrc[-upperLag .. len-1-lowerLag].
+ *  @return xvoStsNullPtr when pSrc, pMax or pLag is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorrLagMax_32f(const Xvo32f* pSrc, int len, int lowerLag, int upperLag, Xvo32f* pMax,
+                                           int* pLag);
 /* @section generic:end */
 
 /* ======================================================================== */
