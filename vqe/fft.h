@@ -50,8 +50,10 @@ struct XvoRealFFTSpec_32f {
     const Xvo32f* recombInv;  ///< real recombination twiddles, inverse
     const Xvo32f* trig;       ///< trigonometric table the twiddles were taken from
     void* memBase;            ///< start of the block the record was built in
+    Xvo32f fwdScale;          ///< multiplier of the forward result (1 when not scaled)
+    Xvo32f invScale;          ///< multiplier of the inverse result (1 when not scaled)
     Xvo32s nPass;             ///< passes of the half-length complex transform
-    Xvo32s radix[13];         ///< radix of each pass (2, 4 or 8), first pass first
+    Xvo8u radix[16];          ///< radix of each pass (2, 4 or 8), first pass first
 };
 
 /// Sizes in bytes for a real FFT of length 2^order: the record memory, the

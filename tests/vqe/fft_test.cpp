@@ -1,0 +1,420 @@
+// The internal real FFT against a double-precision reference transform, its
+// record sizes and statuses, the SIMD twins against the scalar kernels, and
+// the vector kernels beside it.
+#include <gtest/gtest.h>
+#include <xmmintrin.h>
+
+#include <cfenv>
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "core/cpu.h"
+#include "vqe/fft.h"
+#include "vqe/fft_kernels.h"
+#include "xvocore.h"
+
+using namespace xvo;
+
+namespace {
+
+using cd = std::complex<double>;
+
+// Reference: iterative radix-2 complex FFT in double precision (sign -1
+// forward, +1 inverse, unnormalised). Checked against the O(N^2) DFT below.
+void refFft(std::vector<cd>& a, int sign) {
+    const size_t n = a.size();
+    for (size_t i = 1, j = 0; i < n; ++i) {
+        size_t bit = n >> 1;
+        for (; j & bit; bit >>= 1) j ^= bit;
+        j ^= bit;
+        if (i < j) std::swap(a[i], a[j]);
+    }
+    for (size_t len = 2; len <= n; len <<= 1) {
+        for (size_t i = 0; i < n; i += len)
+            for (size_t k = 0; k < len / 2; ++k) {
+                const double ang = sign * 2.0 * M_PI * static_cast<double>(k) / static_cast<double>(len);
+                const cd w(std::cos(ang), std::sin(ang));
+                const cd u = a[i + k], v = a[i + k + len / 2] * w;
+                a[i + k] = u + v;
+                a[i + k + len / 2] = u - v;
+            }
+    }
+}
+
+// Pack-format spectrum of x (double), times scale.
+std::vector<double> refForward(const std::vector<float>& x, double scale) {
+    const size_t n = x.size();
+    std::vector<cd> a(x.begin(), x.end());
+    refFft(a, -1);
+    std::vector<double> p(n);
+    p[0] = a[0].real() * scale;
+    for (size_t k = 1; k < n / 2; ++k) {
+        p[2 * k - 1] = a[k].real() * scale;
+        p[2 * k] = a[k].imag() * scale;
+    }
+    if (n > 1) p[n - 1] = a[n / 2].real() * scale;
+    return p;
+}
+
+// Real signal from a Pack-format spectrum (Hermitian completion), times scale.
+std::vector<double> refInverse(const std::vector<float>& p, double scale) {
+    const size_t n = p.size();
+    std::vector<cd> a(n);
+    a[0] = p[0];
+    for (size_t k = 1; k < n / 2; ++k) {
+        a[k] = cd(p[2 * k - 1], p[2 * k]);
+        a[n - k] = std::conj(a[k]);
+    }
+    if (n > 1) a[n / 2] = p[n - 1];
+    refFft(a, +1);
+    std::vector<double> x(n);
+    for (size_t i = 0; i < n; ++i) x[i] = a[i].real() * scale;
+    return x;
+}
+
+std::vector<float> randomSignal(size_t n, unsigned seed) {
+    std::mt19937 g(seed);
+    std::uniform_real_distribution<float> d(-1.0f, 1.0f);
+    std::vector<float> v(n);
+    for (auto& e : v) e = d(g);
+    return v;
+}
+
+double relError(const std::vector<float>& got, const std::vector<double>& want) {
+    double e = 0.0, r = 0.0;
+    for (size_t i = 0; i < want.size(); ++i) {
+        e += (got[i] - want[i]) * (got[i] - want[i]);
+        r += want[i] * want[i];
+    }
+    return std::sqrt(e / r);
+}
+
+struct Fft {
+    XvoRealFFTSpec_32f* spec = nullptr;
+    std::vector<Xvo8u> mem, init, work;
+    XvoStatus st;
+    Fft(int order, int flag) {
+        int s = 0, i = 0, w = 0;
+        st = xvoRealFFTGetSize(order, flag, 0, &s, &i, &w);
+        if (st != xvoStsOk) return;
+        mem.resize(s);
+        init.resize(i);
+        work.resize(w);
+        st = xvoRealFFTInit(&spec, order, flag, 0, mem.data(), i ? init.data() : nullptr);
+    }
+    Xvo8u* buf() { return work.empty() ? nullptr : work.data(); }
+};
+
+double scaleOf(int flag, bool forward, double n) {
+    switch (flag) {
+        case 1: return forward ? 1.0 / n : 1.0;
+        case 2: return forward ? 1.0 : 1.0 / n;
+        case 4: return 1.0 / std::sqrt(n);
+        default: return 1.0;
+    }
+}
+
+// Relative RMS error bound of the float transform: 1e-7 + 1e-8 * log2 N
+// (measured: at most 1.7e-7, at order 20).
+double bound(int order) { return 1e-7 + 1e-8 * order; }
+
+}  // namespace
+
+TEST(RealFFT, ReferenceMatchesDirectDft) {
+    const int n = 64;
+    const auto x = randomSignal(n, 1);
+    const auto p = refForward(x, 1.0);
+    for (int k = 0; k <= n / 2; ++k) {
+        cd s = 0;
+        for (int i = 0; i < n; ++i) s += double(x[i]) * std::polar(1.0, -2.0 * M_PI * k * i / n);
+        EXPECT_NEAR(k == 0 ? p[0] : k == n / 2 ? p[n - 1] : p[2 * k - 1], s.real(), 1e-12);
+        if (k > 0 && k < n / 2) {
+            EXPECT_NEAR(p[2 * k], s.imag(), 1e-12);
+        }
+    }
+}
+
+// Every order 0..20 and every flag, both directions, out of place, in place
+// and with a library-allocated work area.
+TEST(RealFFT, MatchesDoublePrecisionForEveryOrderAndFlag) {
+    for (int order = 0; order <= 20; ++order) {
+        const size_t n = size_t{1} << order;
+        const auto x = randomSignal(n, 100 + order);
+        for (int flag : {1, 2, 4, 8}) {
+            Fft f(order, flag);
+            ASSERT_EQ(f.st, xvoStsOk) << order;
+            std::vector<float> y(n), z(n);
+            ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf()), xvoStsOk);
+            const double ef = relError(y, refForward(x, scaleOf(flag, true, double(n))));
+            EXPECT_LT(ef, bound(order)) << "forward order " << order << " flag " << flag << " err " << ef;
+            ASSERT_EQ(xvoRealFFTInv_PackToR_32f(y.data(), z.data(), f.spec, f.buf()), xvoStsOk);
+            const double ei = relError(z, refInverse(y, scaleOf(flag, false, double(n))));
+            EXPECT_LT(ei, bound(order)) << "inverse order " << order << " flag " << flag << " err " << ei;
+            if (order > 16 && flag != 8) continue;
+            // In place and with a temporary work area: bit-identical.
+            std::vector<float> ip = x;
+            ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(ip.data(), ip.data(), f.spec, nullptr), xvoStsOk);
+            EXPECT_EQ(std::memcmp(ip.data(), y.data(), n * 4), 0) << order;
+            ASSERT_EQ(xvoRealFFTInv_PackToR_32f(ip.data(), ip.data(), f.spec, nullptr), xvoStsOk);
+            EXPECT_EQ(std::memcmp(ip.data(), z.data(), n * 4), 0) << order;
+        }
+    }
+}
+
+TEST(RealFFT, RoundTripRestoresTheSignal) {
+    for (int order : {0, 1, 3, 5, 6, 7, 9, 12}) {
+        const size_t n = size_t{1} << order;
+        const auto x = randomSignal(n, order);
+        for (int flag : {1, 2, 4, 8}) {
+            Fft f(order, flag);
+            std::vector<float> y(n);
+            xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf());
+            xvoRealFFTInv_PackToR_32f(y.data(), y.data(), f.spec, f.buf());
+            const double back = flag == 8 ? double(n) : 1.0;
+            for (size_t i = 0; i < n; ++i) ASSERT_NEAR(y[i], x[i] * back, 1e-5 * back) << order << " " << flag;
+        }
+    }
+}
+
+TEST(RealFFT, PackLayoutOfSmallOrders) {
+    struct Case {
+        std::vector<float> x, pack;
+    };
+    const Case cases[] = {
+        {{3}, {3}},
+        {{1, 2}, {3, -1}},
+        {{1, 2, 3, 4}, {10, -2, 2, -2}},
+        {{0, 1, 0, 0, 0, 0, 0, 0},
+         {1, float(M_SQRT1_2), -float(M_SQRT1_2), 0, -1, -float(M_SQRT1_2), -float(M_SQRT1_2), -1}},
+    };
+    for (const auto& c : cases) {
+        int order = 0;
+        while ((size_t{1} << order) < c.x.size()) ++order;
+        Fft f(order, 8);
+        std::vector<float> y(c.x.size());
+        ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(c.x.data(), y.data(), f.spec, nullptr), xvoStsOk);
+        for (size_t i = 0; i < y.size(); ++i) EXPECT_NEAR(y[i], c.pack[i], 1e-6) << order << " @" << i;
+    }
+    // A 128-point cosine at bin 5 puts N/2 into element 2*5-1 only.
+    Fft f(7, 8);
+    std::vector<float> x(128), y(128);
+    for (int i = 0; i < 128; ++i) x[i] = float(std::cos(2 * M_PI * 5 * i / 128));
+    xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf());
+    for (int i = 0; i < 128; ++i) EXPECT_NEAR(y[i], i == 9 ? 64.0f : 0.0f, 2e-5) << i;
+}
+
+// Sizes: k < 5 fixed; else, with M = 2^(k-1) and a() rounding up to 32,
+// base = a(8M+8) and work = a(8M) from M >= 64, base += a(M+4),
+// record = 2 a(2N) + base + 192, init = a(N+4) + 32 from k = 11,
+// work += 32 when non-zero.
+TEST(RealFFT, SizesFollowTheFormulasForEveryOrder) {
+    auto a = [](long long v) { return (v + 31) / 32 * 32; };
+    for (int k = 0; k <= XVO_FFT_MAX_ORDER; ++k) {
+        long long spec = 168, init = 0, work = 0;
+        if (k >= 5) {
+            const long long N = 1LL << k, M = N / 2;
+            long long base = 0;
+            if (M >= 64) base = a(8 * M + 8), work = a(8 * M);
+            base += a(4 * (M / 4) + 4);
+            spec = 2 * a(8 * (N / 4)) + base + 192;
+            if (k >= 11) init = a(4 * (N / 4) + 4) + 32;
+            if (work > 0) work += 32;
+        }
+        int s = -1, i = -1, w = -1;
+        ASSERT_EQ(xvoRealFFTGetSize(k, 4, 0, &s, &i, &w), xvoStsOk) << k;
+        EXPECT_EQ(s, spec) << k;
+        EXPECT_EQ(i, init) << k;
+        EXPECT_EQ(w, work) << k;
+    }
+    int s, i, w, b;
+    ASSERT_EQ(xvoRealFFTGetSize(7, 1, 0, &s, &i, &w), xvoStsOk);
+    EXPECT_EQ(s, 1344);
+    EXPECT_EQ(i, 0);
+    EXPECT_EQ(w, 544);
+    Fft f(7, 1);
+    ASSERT_EQ(xvoRealFFTGetBufSize(f.spec, &b), xvoStsOk);
+    EXPECT_EQ(b, 576);
+    Fft g(4, 1);
+    ASSERT_EQ(xvoRealFFTGetBufSize(g.spec, &b), xvoStsOk);
+    EXPECT_EQ(b, 0);
+}
+
+TEST(RealFFT, RecordIsBuiltOn32BytesWithTag) {
+    int s, i, w;
+    xvoRealFFTGetSize(11, 2, 0, &s, &i, &w);
+    std::vector<Xvo8u> mem(s + 1), init(i);
+    XvoRealFFTSpec_32f* spec = nullptr;
+    ASSERT_EQ(xvoRealFFTInit(&spec, 11, 2, 7, mem.data() + 1, init.data()), xvoStsOk);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(spec) % 32, 0u);
+    EXPECT_EQ(spec->tag, 6);
+    EXPECT_EQ(spec->order, 11);
+    EXPECT_EQ(spec->hint, 7);
+    EXPECT_EQ(spec->fwdScaled, 0);
+    EXPECT_EQ(spec->invScaled, 1);
+    EXPECT_FLOAT_EQ(spec->scale, 1.0f / 2048);
+    EXPECT_EQ(spec->allocated, 0);
+}
+
+TEST(RealFFT, StatusesInOrder) {
+    int s, i, w;
+    EXPECT_EQ(xvoRealFFTGetSize(-1, 3, 0, nullptr, &i, &w), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTGetSize(28, 1, 0, &s, &i, &w), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTGetSize(31, 1, 0, &s, &i, &w), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTGetSize(5, 3, 0, &s, nullptr, &w), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTGetSize(5, 3, 0, &s, &i, &w), xvoStsFftFlag);
+    EXPECT_EQ(xvoRealFFTGetSize(5, 0, 0, &s, &i, &w), xvoStsFftFlag);
+
+    std::vector<Xvo8u> mem(4096, 0xAB);
+    XvoRealFFTSpec_32f* spec = nullptr;
+    EXPECT_EQ(xvoRealFFTInit(nullptr, 99, 3, 0, nullptr, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTInit(&spec, 99, 3, 0, nullptr, nullptr), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTInit(&spec, 5, 3, 0, nullptr, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTInit(&spec, 11, 2, 0, mem.data(), nullptr), xvoStsNullPtr);
+    EXPECT_EQ(spec, nullptr);
+    // A bad flag leaves the tag 0: the memory is then no record.
+    ASSERT_EQ(xvoRealFFTInit(&spec, 5, 4, 0, mem.data(), nullptr), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTInit(&spec, 5, 3, 0, mem.data(), nullptr), xvoStsFftFlag);
+    float x[32] = {}, y[32];
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x, y, spec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTInv_PackToR_32f(x, y, spec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTGetBufSize(spec, &s), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTFree(spec), xvoStsContextMatch);
+
+    Fft f(5, 1);
+    // Tag before the data pointers, the record pointer before the tag.
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, nullptr, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, spec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, f.spec, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTInv_PackToR_32f(x, nullptr, f.spec, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTGetBufSize(f.spec, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTGetBufSize(nullptr, &s), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTFree(nullptr), xvoStsNullPtr);
+    // Free invalidates a caller-owned record without releasing it.
+    EXPECT_EQ(xvoRealFFTFree(f.spec), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x, y, f.spec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTInitAlloc(nullptr, 5, 1, 0), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTInitAlloc(&spec, 40, 1, 0), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTInitAlloc(&spec, 5, 9, 0), xvoStsFftFlag);
+}
+
+TEST(RealFFT, InitAllocMatchesCallerMemory) {
+    for (int order : {3, 6, 7, 11, 13}) {
+        XvoRealFFTSpec_32f* spec = nullptr;
+        ASSERT_EQ(xvoRealFFTInitAlloc(&spec, order, 4, 0), xvoStsOk);
+        EXPECT_EQ(spec->allocated, 1);
+        Fft f(order, 4);
+        const size_t n = size_t{1} << order;
+        const auto x = randomSignal(n, 9);
+        std::vector<float> a(n), b(n);
+        xvoRealFFTFwd_RToPack_32f(x.data(), a.data(), spec, nullptr);
+        xvoRealFFTFwd_RToPack_32f(x.data(), b.data(), f.spec, f.buf());
+        EXPECT_EQ(a, b);
+        EXPECT_EQ(xvoRealFFTFree(spec), xvoStsOk);
+    }
+}
+
+// Every SIMD twin the machine runs gives the scalar kernels' bits.
+TEST(RealFFT, SimdTwinsAreBitIdenticalToScalar) {
+    std::vector<OwnRealFFTKernels> twins;
+    if (ownCpuSupports(OwnCpuLevel::SSE2)) twins.push_back(ownRealFFTKernelsSSE2());
+    if (ownCpuSupports(OwnCpuLevel::AVX2)) twins.push_back(ownRealFFTKernelsAVX2());
+    const OwnRealFFTKernels ref = ownRealFFTKernelsScalar();
+    for (int order = 5; order <= 16; ++order) {
+        const size_t n = size_t{1} << order;
+        Fft f(order, order % 2 ? 4 : 1);
+        std::vector<float> work(n + 16);
+        for (int kind = 0; kind < 2; ++kind) {
+            auto x = randomSignal(n, order);
+            if (kind == 1)  // extremes: huge (no overflow), subnormal and signed zeros
+                for (size_t i = 0; i < n; ++i) x[i] = (i % 3 == 0) ? 1e30f : (i % 3 == 1) ? -1e-38f : -0.0f;
+            std::vector<float> want(n), wantInv(n);
+            ref.fwd(f.spec, x.data(), want.data(), work.data());
+            ref.inv(f.spec, x.data(), wantInv.data(), work.data());
+            for (const auto& t : twins) {
+                std::vector<float> got(n), gotInv(n);
+                t.fwd(f.spec, x.data(), got.data(), work.data());
+                t.inv(f.spec, x.data(), gotInv.data(), work.data());
+                EXPECT_EQ(std::memcmp(got.data(), want.data(), n * 4), 0) << order << " kind " << kind;
+                EXPECT_EQ(std::memcmp(gotInv.data(), wantInv.data(), n * 4), 0) << order;
+            }
+        }
+    }
+}
+
+TEST(MulPackConj, PairsAndRealEnds) {
+    const float a[6] = {2, 1, 2, 3, -1, 5};
+    float even[6] = {3, 4, 5, 1, 1, 7};  // len 6: pairs (1,2), (3,4), Nyquist 5
+    ASSERT_EQ(xvoMulPackConj_32f(a, even, 6), xvoStsOk);
+    const float wantEven[6] = {6, 1 * 4 + 2 * 5, 2 * 4 - 1 * 5, 3 * 1 + -1 * 1, -1 * 1 - 3 * 1, 35};
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(even[i], wantEven[i]) << i;
+    float odd[5] = {3, 4, 5, 1, 1};  // len 5: pairs (1,2), (3,4)
+    ASSERT_EQ(xvoMulPackConj_32f(a, odd, 5), xvoStsOk);
+    const float wantOdd[5] = {6, 14, 3, 2, -4};
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(odd[i], wantOdd[i]) << i;
+    EXPECT_EQ(xvoMulPackConj_32f(nullptr, odd, 5), xvoStsNullPtr);
+    EXPECT_EQ(xvoMulPackConj_32f(a, odd, 0), xvoStsOk);
+}
+
+TEST(DivCRev, SerialAndParallelResultsAndWarnings) {
+    for (int len : {1, 3, 65, 2047, 2048, 5001}) {
+        std::vector<double> src(len), dst(len, 7.0);
+        for (int i = 0; i < len; ++i) src[i] = 0.25 + i;
+        ASSERT_EQ(xvoDivCRev_64f(src.data() + 0, dst.data(), len, 3.0), xvoStsOk);
+        for (int i = 0; i < len; ++i) ASSERT_EQ(dst[i], 3.0 / src[i]) << len;
+        // Numerator 0 is taken as 1.
+        ASSERT_EQ(xvoDivCRev_64f(src.data(), dst.data(), len, 0.0), xvoStsOk);
+        for (int i = 0; i < len; ++i) ASSERT_EQ(dst[i], 1.0 / src[i]);
+        // A zero divisor in the last element: +4 serial, +6 on two threads.
+        src[len - 1] = 0.0;
+        const bool parallel = len >= 2048 && ownGetNumThreads() >= 2;
+        EXPECT_EQ(xvoDivCRev_64f_I(src.data(), len, 2.0), parallel ? xvoStsDivByZeroMT : xvoStsDivByZero) << len;
+        EXPECT_TRUE(std::isinf(src[len - 1]));
+    }
+}
+
+TEST(DivCRev, ChecksAndMaskedExceptions) {
+    double a[4] = {1, 2, 0, 4}, b[4] = {9, 9, 9, 9};
+    EXPECT_EQ(xvoDivCRev_64f(nullptr, b, 0, -1.0), xvoStsNullPtr);
+    EXPECT_EQ(xvoDivCRev_64f(a, b, 0, -1.0), xvoStsSize);
+    EXPECT_EQ(xvoDivCRev_64f(a, b, 4, -1.0), xvoStsNegNumerator);
+    EXPECT_EQ(xvoDivCRev_64f_I(nullptr, 4, 1.0), xvoStsNullPtr);
+    EXPECT_EQ(b[0], 9.0);
+    // A caller that traps division by zero is not trapped, and its MXCSR
+    // (flags included) comes back as it was.
+    std::feclearexcept(FE_ALL_EXCEPT);
+    const unsigned int before = _mm_getcsr();
+    _mm_setcsr(before & ~_MM_MASK_DIV_ZERO);
+    const unsigned int trapping = _mm_getcsr();
+    const XvoStatus st = xvoDivCRev_64f(a, b, 4, 1.0);
+    const unsigned int after = _mm_getcsr();
+    _mm_setcsr(before);
+    EXPECT_EQ(st, xvoStsDivByZero);
+    EXPECT_EQ(after, trapping);
+    EXPECT_TRUE(std::isinf(b[2]));
+}
+
+TEST(Copy64f, CopiesAndChecks) {
+    const double a[3] = {1, -2, 3.5};
+    double b[3] = {};
+    EXPECT_EQ(xvoCopy_64f(a, b, 3), xvoStsOk);
+    EXPECT_EQ(std::memcmp(a, b, sizeof a), 0);
+    EXPECT_EQ(xvoCopy_64f(a, nullptr, 3), xvoStsNullPtr);
+    EXPECT_EQ(xvoCopy_64f(a, b, 0), xvoStsSize);
+}
+
+TEST(Alloc, WrappersRejectEmptyAndOversizedRequests) {
+    EXPECT_EQ(xvoAllocBytes(0), nullptr);
+    EXPECT_EQ(xvoAlloc_32f(-3), nullptr);
+    EXPECT_EQ(xvoAlloc_32f(0x40000000), nullptr);
+    void* p = xvoAllocBytes(100);
+    Xvo32f* q = xvoAlloc_32f(100);
+    ASSERT_NE(p, nullptr);
+    ASSERT_NE(q, nullptr);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(q) % 32, 0u);
+    q[99] = 1.0f;
+    xvoFreeMem(p);
+    xvoFreeMem(q);
+}

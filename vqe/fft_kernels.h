@@ -1,0 +1,391 @@
+// Transform kernels of the real FFT, written once over a vector type V and
+// instantiated per instruction set (fft.cpp: scalar and SSE2, fft_avx2.cpp:
+// AVX2). Every instantiation performs the same IEEE operations in the same
+// order (no fused multiply-add, no reassociation), so all twins give
+// bit-identical results and a pass may fall back to a narrower twin freely.
+//
+// Method. The N reals are taken as M = N/2 complex values z[n] = x[2n] +
+// i x[2n+1] and transformed by a split-format (separate real and imaginary
+// arrays) Stockham autosort FFT: each pass of radix r over sub-length n with
+// stride s reads a_j = in[q + s(p + j n/r)] and writes
+// DFT_r(a)_j * w_n^(j p) to out[q + s(r p + j)]. Passes ping-pong between the
+// work area and the destination; the pass count is odd so that an in-place
+// call never overwrites input it still has to read. The real spectrum is then
+// recombined from Z[k] and Z[M-k]; the inverse runs the recombination first
+// and the same forward complex passes on re/im-swapped data
+// (IDFT(Z) = swap(DFT(swap(Z)))). The 1/2 of the recombination and the
+// normalisation are folded into the recombination twiddles.
+//
+// Everything here has internal linkage so that each translation unit keeps
+// its own instantiations compiled for its own instruction set.
+#pragma once
+
+#include <immintrin.h>
+
+#include "vqe/fft.h"
+
+namespace xvo {
+
+/// Kernels of one instruction-set level.
+struct OwnRealFFTKernels {
+    void (*fwd)(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work);
+    void (*inv)(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work);
+};
+
+OwnRealFFTKernels ownRealFFTKernelsScalar();
+OwnRealFFTKernels ownRealFFTKernelsSSE2();
+OwnRealFFTKernels ownRealFFTKernelsAVX2();
+
+namespace {
+namespace fftk {
+
+// Scalar "vector" of one lane.
+struct VS {
+    using R = float;
+    static constexpr int W = 1;
+    static R load(const Xvo32f* p) { return *p; }
+    static void store(Xvo32f* p, R v) { *p = v; }
+    static R set1(Xvo32f x) { return x; }
+    static R add(R a, R b) { return a + b; }
+    static R sub(R a, R b) { return a - b; }
+    static R mul(R a, R b) { return a * b; }
+    static R neg(R a) { return -a; }
+    static R rev(R a) { return a; }
+    static void loadDeint(const Xvo32f* p, R& re, R& im) {
+        re = p[0];
+        im = p[1];
+    }
+    static void storeInt(Xvo32f* p, R a, R b) {
+        p[0] = a;
+        p[1] = b;
+    }
+    template <int r>
+    static void storeT(Xvo32f* p, const R* v) {
+        for (int j = 0; j < r; ++j) p[j] = v[j];
+    }
+};
+
+// Four lanes of SSE (baseline on x86-64).
+struct VSse {
+    using R = __m128;
+    using Narrow = VS;
+    static constexpr int W = 4;
+    static R load(const Xvo32f* p) { return _mm_loadu_ps(p); }
+    static void store(Xvo32f* p, R v) { _mm_storeu_ps(p, v); }
+    static R set1(Xvo32f x) { return _mm_set1_ps(x); }
+    static R add(R a, R b) { return _mm_add_ps(a, b); }
+    static R sub(R a, R b) { return _mm_sub_ps(a, b); }
+    static R mul(R a, R b) { return _mm_mul_ps(a, b); }
+    static R neg(R a) { return _mm_xor_ps(a, _mm_set1_ps(-0.0f)); }
+    static R rev(R a) { return _mm_shuffle_ps(a, a, _MM_SHUFFLE(0, 1, 2, 3)); }
+    static void loadDeint(const Xvo32f* p, R& re, R& im) {
+        const R a = _mm_loadu_ps(p), b = _mm_loadu_ps(p + 4);
+        re = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
+        im = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
+    }
+    static void storeInt(Xvo32f* p, R a, R b) {
+        _mm_storeu_ps(p, _mm_unpacklo_ps(a, b));
+        _mm_storeu_ps(p + 4, _mm_unpackhi_ps(a, b));
+    }
+    // p[r*l + j] = v[j][l]
+    template <int r>
+    static void storeT(Xvo32f* p, const R* v) {
+        if constexpr (r == 2) {
+            storeInt(p, v[0], v[1]);
+        } else {
+            for (int h = 0; h < r; h += 4) {
+                R a = v[h], b = v[h + 1], c = v[h + 2], d = v[h + 3];
+                _MM_TRANSPOSE4_PS(a, b, c, d);
+                _mm_storeu_ps(p + h, a);
+                _mm_storeu_ps(p + r + h, b);
+                _mm_storeu_ps(p + 2 * r + h, c);
+                _mm_storeu_ps(p + 3 * r + h, d);
+            }
+        }
+    }
+};
+
+
+// ---------------------------------------------------------------------------
+// Split complex vector helpers.
+template <class V>
+struct C {
+    typename V::R re, im;
+};
+
+template <class V>
+inline C<V> cadd(C<V> a, C<V> b) { return {V::add(a.re, b.re), V::add(a.im, b.im)}; }
+template <class V>
+inline C<V> csub(C<V> a, C<V> b) { return {V::sub(a.re, b.re), V::sub(a.im, b.im)}; }
+// a * w
+template <class V>
+inline C<V> cmul(C<V> a, C<V> w) {
+    return {V::sub(V::mul(a.re, w.re), V::mul(a.im, w.im)), V::add(V::mul(a.re, w.im), V::mul(a.im, w.re))};
+}
+// -i * a
+template <class V>
+inline C<V> cmi(C<V> a) { return {a.im, V::neg(a.re)}; }
+
+// Forward DFT of radix r on a[0..r-1], result in natural order.
+template <class V, int r>
+inline void butterfly(C<V>* a) {
+    if constexpr (r == 2) {
+        const C<V> t = a[0];
+        a[0] = cadd<V>(t, a[1]);
+        a[1] = csub<V>(t, a[1]);
+    } else if constexpr (r == 4) {
+        const C<V> t0 = cadd<V>(a[0], a[2]), t1 = csub<V>(a[0], a[2]);
+        const C<V> t2 = cadd<V>(a[1], a[3]), t3 = cmi<V>(csub<V>(a[1], a[3]));
+        a[0] = cadd<V>(t0, t2);
+        a[2] = csub<V>(t0, t2);
+        a[1] = cadd<V>(t1, t3);
+        a[3] = csub<V>(t1, t3);
+    } else {
+        static_assert(r == 8);
+        const typename V::R h = V::set1(0.70710678118654752f);
+        C<V> u[4], v[4];
+        for (int j = 0; j < 4; ++j) {
+            u[j] = cadd<V>(a[j], a[j + 4]);
+            v[j] = csub<V>(a[j], a[j + 4]);
+        }
+        // v_j *= w8^j, w8 = exp(-i pi/4)
+        v[1] = {V::mul(V::add(v[1].re, v[1].im), h), V::mul(V::sub(v[1].im, v[1].re), h)};
+        v[2] = cmi<V>(v[2]);
+        v[3] = {V::mul(V::sub(v[3].im, v[3].re), h), V::neg(V::mul(V::add(v[3].re, v[3].im), h))};
+        butterfly<V, 4>(u);
+        butterfly<V, 4>(v);
+        for (int l = 0; l < 4; ++l) {
+            a[2 * l] = u[l];
+            a[2 * l + 1] = v[l];
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// A buffer of M complex values: split (re[M], im[M]) or interleaved
+// (re, im, re, im, ...). An interleaved output is written re/im swapped (the
+// inverse transform's last pass).
+struct Buf {
+    Xvo32f* re;
+    Xvo32f* im;
+    bool inter;
+};
+
+template <class V>
+inline C<V> loadC(const Buf& b, int i) {
+    C<V> c;
+    if (b.inter)
+        V::loadDeint(b.re + 2 * i, c.re, c.im);
+    else {
+        c.re = V::load(b.re + i);
+        c.im = V::load(b.im + i);
+    }
+    return c;
+}
+
+template <class V>
+inline void storeC(const Buf& b, int i, C<V> c) {
+    if (b.inter)
+        V::storeInt(b.re + 2 * i, c.im, c.re);
+    else {
+        V::store(b.re + i, c.re);
+        V::store(b.im + i, c.im);
+    }
+}
+
+// One pass vectorised over q (needs s >= W): twiddles broadcast per p.
+template <class V, int r>
+inline void passQ(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
+    const int m = n / r;
+    for (int p = 0; p < m; ++p) {
+        C<V> w[r];
+        for (int j = 1; j < r; ++j) {
+            w[j].re = V::set1(tw[(j - 1) * 2 * m + p]);
+            w[j].im = V::set1(tw[(j - 1) * 2 * m + m + p]);
+        }
+        for (int q = 0; q < s; q += V::W) {
+            C<V> a[r];
+            for (int j = 0; j < r; ++j) a[j] = loadC<V>(in, q + s * (p + j * m));
+            butterfly<V, r>(a);
+            storeC<V>(out, q + s * r * p, a[0]);
+            for (int j = 1; j < r; ++j) storeC<V>(out, q + s * (r * p + j), cmul<V>(a[j], w[j]));
+        }
+    }
+}
+
+// First pass (s == 1) vectorised over p (needs n/r >= W and a split output):
+// twiddles loaded per lane, outputs transposed into place.
+template <class V, int r>
+inline void passP(int n, const Buf& in, const Buf& out, const Xvo32f* tw) {
+    const int m = n / r;
+    for (int p = 0; p < m; p += V::W) {
+        C<V> a[r];
+        for (int j = 0; j < r; ++j) a[j] = loadC<V>(in, p + j * m);
+        butterfly<V, r>(a);
+        typename V::R re[r], im[r];
+        re[0] = a[0].re;
+        im[0] = a[0].im;
+        for (int j = 1; j < r; ++j) {
+            const C<V> w{V::load(tw + (j - 1) * 2 * m + p), V::load(tw + (j - 1) * 2 * m + m + p)};
+            const C<V> b = cmul<V>(a[j], w);
+            re[j] = b.re;
+            im[j] = b.im;
+        }
+        V::template storeT<r>(out.re + r * p, re);
+        V::template storeT<r>(out.im + r * p, im);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Real recombination. Forward: from Z (split, work) to Pack (dst); inverse:
+// from Pack (src) to swapped Z (split, work). For k in 1..M/2-1:
+//   P = U_k + conj(U_{M-k}), Q = U_k - conj(U_{M-k}),
+//   Y_k = a P + C_k Q,  Y_{M-k} = conj(a P - C_k Q).
+template <class V>
+inline void recombPair(C<V> uk, C<V> ukr, typename V::R a, C<V> ck, C<V>& yk, C<V>& ykr) {
+    const C<V> P{V::add(uk.re, ukr.re), V::sub(uk.im, ukr.im)};
+    const C<V> Q{V::sub(uk.re, ukr.re), V::add(uk.im, ukr.im)};
+    const C<V> cq = cmul<V>(Q, ck);
+    const C<V> ap{V::mul(a, P.re), V::mul(a, P.im)};
+    yk = cadd<V>(ap, cq);
+    ykr = {V::sub(ap.re, cq.re), V::sub(cq.im, ap.im)};
+}
+
+// Forward recombination over k in [k0, k0 + W) (k0 >= 1, k0 + W <= M/2).
+template <class V>
+inline void recombFwdBlock(const Xvo32f* zr, const Xvo32f* zi, Xvo32f* dst, const Xvo32f* cr, const Xvo32f* ci,
+                           int M, int k0, typename V::R a) {
+    const int kr = M - k0 - V::W + 1;
+    const C<V> uk{V::load(zr + k0), V::load(zi + k0)};
+    const C<V> ukr{V::rev(V::load(zr + kr)), V::rev(V::load(zi + kr))};
+    const C<V> ck{V::load(cr + k0), V::load(ci + k0)};
+    C<V> yk, ykr;
+    recombPair<V>(uk, ukr, a, ck, yk, ykr);
+    V::storeInt(dst + 2 * k0 - 1, yk.re, yk.im);
+    V::storeInt(dst + 2 * kr - 1, V::rev(ykr.re), V::rev(ykr.im));
+}
+
+// Inverse recombination over k in [k0, k0 + W); writes Z swapped (re <-> im).
+template <class V>
+inline void recombInvBlock(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, const Xvo32f* ci, int M,
+                           int k0, typename V::R a) {
+    const int kr = M - k0 - V::W + 1;
+    C<V> uk, ukr;
+    V::loadDeint(src + 2 * k0 - 1, uk.re, uk.im);
+    V::loadDeint(src + 2 * kr - 1, ukr.re, ukr.im);
+    ukr.re = V::rev(ukr.re);
+    ukr.im = V::rev(ukr.im);
+    const C<V> ck{V::load(cr + k0), V::load(ci + k0)};
+    C<V> yk, ykr;
+    recombPair<V>(uk, ukr, a, ck, yk, ykr);
+    V::store(zr + k0, yk.im);
+    V::store(zi + k0, yk.re);
+    V::store(zr + kr, V::rev(ykr.im));
+    V::store(zi + kr, V::rev(ykr.re));
+}
+
+// Runs the blocks over k = 1..M/2-1 with the widest twin that fits; the last
+// block of a twin is shifted back to end at M/2-1 (recomputing a few bins
+// with identical results).
+template <class V, class Fn>
+inline void recombLoop(int M, Fn&& fn) {
+    const int hi = M / 2;  // exclusive
+    if (hi - 1 < V::W) {
+        if constexpr (V::W > 1)
+            recombLoop<typename V::Narrow>(M, fn);
+        return;
+    }
+    int k = 1;
+    for (; k + V::W <= hi; k += V::W) fn(V{}, k);
+    if (k < hi) fn(V{}, hi - V::W);
+}
+
+// ---------------------------------------------------------------------------
+// The complex passes, each with the widest twin its shape allows.
+template <class V, int r>
+inline void passAny(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
+    if (s >= V::W)
+        passQ<V, r>(n, s, in, out, tw);
+    else if (s == 1 && n / r >= V::W && !out.inter)
+        passP<V, r>(n, in, out, tw);
+    else if constexpr (V::W > 1)
+        passAny<typename V::Narrow, r>(n, s, in, out, tw);
+}
+
+template <class V>
+inline void complexPasses(const XvoRealFFTSpec_32f* spec, int M, Buf first, Buf a, Buf b, Buf last) {
+    const Xvo32f* tw = spec->twiddle;
+    int n = M, s = 1;
+    Buf in = first;
+    for (int i = 0; i < spec->nPass; ++i) {
+        const int r = spec->radix[i];
+        const bool isLast = i + 1 == spec->nPass;
+        const Buf out = isLast ? last : ((i & 1) == 0 ? a : b);
+        if (r == 8)
+            passAny<V, 8>(n, s, in, out, tw);
+        else if (r == 4)
+            passAny<V, 4>(n, s, in, out, tw);
+        else
+            passAny<V, 2>(n, s, in, out, tw);
+        tw += 2 * (n - n / r);
+        n /= r;
+        s *= r;
+        in = out;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Whole transforms for order >= 5 (M >= 16). work holds 2M floats.
+template <class V>
+void realFwd(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
+    const int N = 1 << spec->order, M = N / 2;
+    const Xvo32f s = spec->fwdScale;
+    const Buf in{const_cast<Xvo32f*>(src), nullptr, true};
+    const Buf w{work, work + M, false}, d{dst, dst + M, false};
+    // Odd pass count: pass 1 writes work, pass 2 dst, ..., the last work.
+    complexPasses<V>(spec, M, in, w, d, w);
+
+    const Xvo32f* zr = work;
+    const Xvo32f* zi = work + M;
+    const Xvo32f z0r = zr[0], z0i = zi[0], zmr = zr[M / 2], zmi = zi[M / 2];
+    const Xvo32f* cr = spec->recombFwd;
+    const Xvo32f* ci = cr + M / 2;
+    const Xvo32f a = 0.5f * s;
+    recombLoop<V>(M, [&](auto v, int k0) {
+        using VV = decltype(v);
+        recombFwdBlock<VV>(zr, zi, dst, cr, ci, M, k0, VV::set1(a));
+    });
+    dst[0] = s * (z0r + z0i);
+    dst[N - 1] = s * (z0r - z0i);
+    dst[M - 1] = s * zmr;
+    dst[M] = -(s * zmi);
+}
+
+template <class V>
+void realInv(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
+    const int N = 1 << spec->order, M = N / 2;
+    const Xvo32f s = spec->invScale;
+    Xvo32f* zr = work;
+    Xvo32f* zi = work + M;
+    const Xvo32f* cr = spec->recombInv;
+    const Xvo32f* ci = cr + M / 2;
+    const Xvo32f x0 = src[0], xn = src[N - 1], xmr = src[M - 1], xmi = src[M];
+    recombLoop<V>(M, [&](auto v, int k0) {
+        using VV = decltype(v);
+        recombInvBlock<VV>(src, zr, zi, cr, ci, M, k0, VV::set1(s));
+    });
+    zr[0] = s * (x0 - xn);
+    zi[0] = s * (x0 + xn);
+    const Xvo32f s2 = 2.0f * s;
+    zr[M / 2] = -(s2 * xmi);
+    zi[M / 2] = s2 * xmr;
+
+    const Buf w{work, work + M, false}, d{dst, dst + M, false}, out{dst, nullptr, true};
+    // Pass 1 writes dst, pass 2 work, ..., the last (odd) one dst, interleaved.
+    complexPasses<V>(spec, M, w, d, w, out);
+}
+
+}  // namespace fftk
+}  // namespace
+
+}  // namespace xvo
