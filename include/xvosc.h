@@ -841,7 +841,7 @@ XVOSC_API XvoStatus xvosFilterNoise_EC_32f_I(Xvo32f* pSrcDst, int analysisContro
  *  the current spectrum as the noise estimate.
  *  @param pSrc       in: 16 samples, 16-bit PCM scale.
  *  @param pEnergy    out: energy (mean square) of the newest 16 x (rate*3/8000) samples, the
- *                    candidate compared against the previous one; 0 until 128 samples are held.
+ *                    candidate compared against the previous one; 0 until rate*128/8000 samples are held.
  *  @param pStatistic out, optional (may be null): the smoothed detection statistic, 0..1
  *                    (1 = fully stationary), updated at each confirmation.
  *  @param pDetected  out: 1 when this call confirmed a stationary signal, else 0.
