@@ -128,16 +128,27 @@ void ownFcbSearch_G729(const int16_t* d, int16_t* rr, int16_t time, int16_t* cod
     *pTimeLeft = pick.time;
 
     for (int n = 0; n < kSubfr; ++n) cod[n] = 0;
-    int16_t signBits = 0;
+    bool positive[4];
     for (int k = 0; k < 4; ++k) {
         const int16_t s = sign[pick.pos[k]];
         cod[pick.pos[k]] = shr(s, 2);  // Q15 sign to Q13: +8191 or -8192
-        if (s > 0) signBits = static_cast<int16_t>(signBits | (1 << k));
+        positive[k] = s > 0;
     }
-    const int p3 = pick.pos[3];
+    ownFcbCodeWords4(pick.pos, positive, code);
+}
+
+void ownFcbCodeWords4(const int16_t* pos, const bool* positive, int16_t* code) {
+    int16_t signBits = 0;
+    for (int k = 0; k < 4; ++k)
+        if (positive[k]) signBits = static_cast<int16_t>(signBits | (1 << k));
+    const int p3 = pos[3];
     const int code3 = 2 * (p3 / 5) + (p3 % 5 - 3);
     code[0] = signBits;
-    code[1] = static_cast<int16_t>(pick.pos[0] / 5 + ((pick.pos[1] / 5) << 3) + ((pick.pos[2] / 5) << 6) + (code3 << 9));
+    code[1] = static_cast<int16_t>(pos[0] / 5 + ((pos[1] / 5) << 3) + ((pos[2] / 5) << 6) + (code3 << 9));
+}
+
+void ownFcbMatrixFrom32s(const int32_t* src, int16_t* rr) {
+    for (int k = 0; k < kMatrixSize; ++k) rr[k] = sat16(src[k] >> 15);
 }
 
 OwnFcbNestedFn ownFcbNestedFor(OwnCpuLevel level) {
@@ -187,7 +198,7 @@ XVOSC_API XvoStatus xvosFixedCodebookSearch_G729_32s16s(const Xvo16s* pSrcCorr, 
     XVO_CHECK(xvo::ownCheckPtrs(pSrcCorr, pSrcDstMatrix, pDstFixedVector, pDstCode, pSrcDstExtra));
     XVO_RETURN_IF(subFrame < 0, xvoStsRange);
     alignas(32) int16_t rr[kMatrixSize];
-    for (int k = 0; k < kMatrixSize; ++k) rr[k] = xvo::fx::sat16(pSrcDstMatrix[k] >> 15);
+    ownFcbMatrixFrom32s(pSrcDstMatrix, rr);
     ownFcbSearch_G729(pSrcCorr, rr, startBudget(*pSrcDstExtra, subFrame == 0), pDstFixedVector, pDstCode,
                       pSrcDstExtra, bestNested());
     for (int k = 0; k < kMatrixSize; ++k) pSrcDstMatrix[k] = rr[k];

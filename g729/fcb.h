@@ -40,4 +40,11 @@ OwnFcbNestedFn ownFcbNestedFor(OwnCpuLevel level);
 void ownFcbSearch_G729(const int16_t* d, int16_t* rr, int16_t time, int16_t* cod, int16_t* code, int16_t* pTimeLeft,
                        OwnFcbNestedFn nested);
 
+/// Code words of four pulses (tracks 0, 1, 2, then 3 or 4): the sign word
+/// (bit k set when pulse k is positive) and the 13-bit position word.
+void ownFcbCodeWords4(const int16_t* pos, const bool* positive, int16_t* code);
+
+/// Rescales a caller's 32-bit matrix (arithmetic shift by 15, saturated) into rr.
+void ownFcbMatrixFrom32s(const int32_t* src, int16_t* rr);
+
 }  // namespace xvo::g729

@@ -633,6 +633,47 @@ XVOSC_API XvoStatus xvosFixedCodebookSearch_G729_32s16s(const Xvo16s* pSrcCorr, 
                                                         Xvo16s* pDstFixedVector, Xvo16s* pDstCode,
                                                         Xvo16s* pSrcDstExtra, Xvo16s subFrame);
 
+/** Floating-point G.729 search (the G.729 floating-point reference d4i40_17): the same depth-first
+ *  search, threshold 0.4 of the way from the mean (sum of |d| on tracks 0..2 / 8) to the maximum,
+ *  effort budget 75 + extra (30 in the first subframe) passing triples.
+ *  @param pSrcCorr        in: d[40].
+ *  @param pSrcDstMatrix   in/out: the 616-entry float matrix; the cross terms are multiplied by the
+ *                         signs of d at their positions.
+ *  @param pDstFixedVector out: 40 samples, +1.0 or -1.0 at the four pulses.
+ *  @param pDstCode        out: the 2 code words as in the 16-bit form.
+ *  @param pSrcDstExtra    in/out: the effort counter as in the 16-bit form.
+ *  @param subFrame        0 or 1.
+ *  @return xvoStsNullPtr (pSrcCorr, pSrcDstMatrix or pDstFixedVector, then pSrcDstExtra or pDstCode);
+ *          xvoStsRange when subFrame is not 0 or 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729_32f(const Xvo32f* pSrcCorr, Xvo32f* pSrcDstMatrix,
+                                                     Xvo32f* pDstFixedVector, Xvo16s* pDstCode,
+                                                     Xvo16s* pSrcDstExtra, Xvo16s subFrame);
+
+/** G.729 Annex A reduced-complexity search (the reference D4i40_17_fast): with the fourth pulse on
+ *  track 3 and then on track 4, two depth-first passes ((2, 3|4) from the 2 largest |d| of track 2,
+ *  then (0, 1); (3|4, 0) from the 2 largest of track 3|4, then (1, 2)); the best of the four by
+ *  correlation^2/energy. Signs are folded into the cross terms the Annex A way: mult by 32767 when
+ *  the two signs agree, by -32768 (negation, saturating) when they differ. No effort counter.
+ *  @param pSrcCorr        in: d[40].
+ *  @param pSrcDstMatrix   in/out: the packed 616-entry matrix, sign-folded on return.
+ *  @param pDstFixedVector out: 40 samples, Q13: +8191 or -8192 at the pulses.
+ *  @param pDstCode        out: the 2 code words.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729A_16s(const Xvo16s* pSrcCorr, Xvo16s* pSrcDstMatrix,
+                                                      Xvo16s* pDstFixedVector, Xvo16s* pDstCode);
+
+/** xvosFixedCodebookSearch_G729A_16s on a 32-bit matrix: the words are rescaled in place (arithmetic
+ *  shift by 15, saturated to 16 bits) and hold the sign-folded 16-bit matrix on return.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729A_32s16s(const Xvo16s* pSrcCorr, Xvo32s* pSrcDstMatrix,
+                                                         Xvo16s* pDstFixedVector, Xvo16s* pDstCode);
+
+/** Float form of the Annex A search: the same passes and candidate order on float correlations and
+ *  energies (signs folded exactly); code vector +1.0 / -1.0.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729A_32f(const Xvo32f* pSrcCorr, Xvo32f* pSrcDstMatrix,
+                                                      Xvo32f* pDstFixedVector, Xvo16s* pDstCode);
+
 /* ---- Correlation matrices of the impulse response ----------------------- */
 
 /** Packed 616-entry correlation matrix of the impulse response for the G.729 searches

@@ -56,6 +56,67 @@ TEST(G729FcbGolden, Search32s16s) {
     replaySearch<Xvo32s>("xvosFixedCodebookSearch_G729_32s16s.txt", xvosFixedCodebookSearch_G729_32s16s, false);
 }
 
+/// FNV-1a over 16-bit words (low byte first).
+struct Fnv {
+    uint64_t h = 0xcbf29ce484222325ull;
+    void add(int16_t w) {
+        for (int b : {w & 0xff, (w >> 8) & 0xff}) h = (h ^ uint64_t(b)) * 0x100000001b3ull;
+    }
+};
+
+// The annex searches have no golden file: they run on the captured coder
+// inputs of the G.729 golden file, and the outputs must hash to the value
+// the ITU-T reference programs give on the same inputs (Annex A
+// D4i40_17_fast: code vector, sign word, position word and folded matrix;
+// the floating-point d4i40_17 in single precision: sign word, position word
+// and the effort counter left).
+TEST(G729FcbReference, AnnexASearchOnCapturedInputs) {
+    XVO_REQUIRE_VECTOR(path, "golden/g729/xvosFixedCodebookSearch_G729_16s.txt");
+    const auto g = xvotest::loadGolden(path);
+    Fnv h16, h32;
+    for (const auto& row : g.rows) {
+        const auto d = vec<Xvo16s>(g.in_(row, "corr"));
+        auto m = vec<Xvo16s>(g.in_(row, "matrix"));
+        std::vector<Xvo32s> m32(m.begin(), m.end());
+        for (auto& v : m32) v *= 32768;
+        Xvo16s cod[40], code[2], cod32[40], code32[2];
+        ASSERT_EQ(xvosFixedCodebookSearch_G729A_16s(d.data(), m.data(), cod, code), xvoStsOk);
+        ASSERT_EQ(xvosFixedCodebookSearch_G729A_32s16s(d.data(), m32.data(), cod32, code32), xvoStsOk);
+        for (Xvo16s v : cod) h16.add(v);
+        for (Xvo16s v : code) h16.add(v);
+        for (Xvo16s v : m) h16.add(v);
+        for (Xvo16s v : cod32) h32.add(v);
+        for (Xvo16s v : code32) h32.add(v);
+        for (Xvo32s v : m32) h32.add(static_cast<int16_t>(v));
+    }
+    EXPECT_EQ(h16.h, 0x52b2bfb6007145a9ull);
+    EXPECT_EQ(h32.h, 0x52b2bfb6007145a9ull);
+}
+
+TEST(G729FcbReference, FloatSearchOnCapturedInputs) {
+    XVO_REQUIRE_VECTOR(path, "golden/g729/xvosFixedCodebookSearch_G729_16s.txt");
+    const auto g = xvotest::loadGolden(path);
+    Fnv h;
+    int agreeA = 0;
+    for (const auto& row : g.rows) {
+        const auto d16 = vec<Xvo16s>(g.in_(row, "corr"));
+        auto m16 = vec<Xvo16s>(g.in_(row, "matrix"));
+        std::vector<float> d(d16.begin(), d16.end()), m(m16.begin(), m16.end()), mA = m;
+        Xvo16s extra = static_cast<Xvo16s>(g.in_(row, "extra")[0]);
+        float cod[40];
+        Xvo16s code[2], codeA[2], cod16[40], code16[2];
+        ASSERT_EQ(xvosFixedCodebookSearch_G729_32f(d.data(), m.data(), cod, code, &extra,
+                                                   static_cast<Xvo16s>(g.in_(row, "subFrame")[0])), xvoStsOk);
+        h.add(code[0]), h.add(code[1]), h.add(extra);
+        // The float Annex A search mostly agrees with the fixed-point one.
+        ASSERT_EQ(xvosFixedCodebookSearch_G729A_32f(d.data(), mA.data(), cod, codeA), xvoStsOk);
+        ASSERT_EQ(xvosFixedCodebookSearch_G729A_16s(d16.data(), m16.data(), cod16, code16), xvoStsOk);
+        agreeA += codeA[0] == code16[0] && codeA[1] == code16[1];
+    }
+    EXPECT_EQ(h.h, 0x96dfeec0c8e5e302ull);
+    EXPECT_GT(agreeA, static_cast<int>(g.rows.size() * 9 / 10));
+}
+
 /// Entry (p, q) straight from its definition: the doubled sum over
 /// k <= 39 - max(p, q) of h[k] h[k + |p - q|], on the scaled h.
 int64_t directEntry(const int16_t* h, int p, int q) {
