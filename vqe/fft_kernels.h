@@ -106,6 +106,8 @@ struct VSse {
 };
 
 
+#define XVO_FFT_INLINE inline __attribute__((always_inline))
+
 // ---------------------------------------------------------------------------
 // Split complex vector helpers.
 template <class V>
@@ -114,21 +116,21 @@ struct C {
 };
 
 template <class V>
-inline C<V> cadd(C<V> a, C<V> b) { return {V::add(a.re, b.re), V::add(a.im, b.im)}; }
+XVO_FFT_INLINE C<V> cadd(C<V> a, C<V> b) { return {V::add(a.re, b.re), V::add(a.im, b.im)}; }
 template <class V>
-inline C<V> csub(C<V> a, C<V> b) { return {V::sub(a.re, b.re), V::sub(a.im, b.im)}; }
+XVO_FFT_INLINE C<V> csub(C<V> a, C<V> b) { return {V::sub(a.re, b.re), V::sub(a.im, b.im)}; }
 // a * w
 template <class V>
-inline C<V> cmul(C<V> a, C<V> w) {
+XVO_FFT_INLINE C<V> cmul(C<V> a, C<V> w) {
     return {V::sub(V::mul(a.re, w.re), V::mul(a.im, w.im)), V::add(V::mul(a.re, w.im), V::mul(a.im, w.re))};
 }
 // -i * a
 template <class V>
-inline C<V> cmi(C<V> a) { return {a.im, V::neg(a.re)}; }
+XVO_FFT_INLINE C<V> cmi(C<V> a) { return {a.im, V::neg(a.re)}; }
 
 // Forward DFT of radix r on a[0..r-1], result in natural order.
 template <class V, int r>
-inline void butterfly(C<V>* a) {
+XVO_FFT_INLINE void butterfly(C<V>* a) {
     if constexpr (r == 2) {
         const C<V> t = a[0];
         a[0] = cadd<V>(t, a[1]);
@@ -162,42 +164,48 @@ inline void butterfly(C<V>* a) {
 }
 
 // ---------------------------------------------------------------------------
-// A buffer of M complex values: split (re[M], im[M]) or interleaved
-// (re, im, re, im, ...). An interleaved output is written re/im swapped (the
-// inverse transform's last pass).
+// A buffer of M complex values: split (re[M], im[M]) or, when the pass's
+// Inter flag is set, interleaved (re, im, re, im, ...) at re. An interleaved
+// output is written re/im swapped (the inverse transform's last pass).
 struct Buf {
     Xvo32f* re;
     Xvo32f* im;
-    bool inter;
 };
 
-template <class V>
-inline C<V> loadC(const Buf& b, int i) {
+template <class V, bool Inter>
+XVO_FFT_INLINE C<V> loadC(const Buf& b, int i) {
     C<V> c;
-    if (b.inter)
+    if constexpr (Inter) {
         V::loadDeint(b.re + 2 * i, c.re, c.im);
-    else {
+    } else {
         c.re = V::load(b.re + i);
         c.im = V::load(b.im + i);
     }
     return c;
 }
 
-template <class V>
-inline void storeC(const Buf& b, int i, C<V> c) {
-    if (b.inter)
+template <class V, bool Inter>
+XVO_FFT_INLINE void storeC(const Buf& b, int i, C<V> c) {
+    if constexpr (Inter) {
         V::storeInt(b.re + 2 * i, c.im, c.re);
-    else {
+    } else {
         V::store(b.re + i, c.re);
         V::store(b.im + i, c.im);
     }
 }
 
-// One pass vectorised over q (needs s >= W): twiddles broadcast per p.
-template <class V, int r>
-inline void passQ(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
+// One pass vectorised over q (needs s >= W): twiddles broadcast per p; the
+// twiddles of p = 0 are 1 and skipped.
+template <class V, int r, bool InI, bool OutI>
+XVO_FFT_INLINE void passQ(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
     const int m = n / r;
-    for (int p = 0; p < m; ++p) {
+    for (int q = 0; q < s; q += V::W) {
+        C<V> a[r];
+        for (int j = 0; j < r; ++j) a[j] = loadC<V, InI>(in, q + s * j * m);
+        butterfly<V, r>(a);
+        for (int j = 0; j < r; ++j) storeC<V, OutI>(out, q + s * j, a[j]);
+    }
+    for (int p = 1; p < m; ++p) {
         C<V> w[r];
         for (int j = 1; j < r; ++j) {
             w[j].re = V::set1(tw[(j - 1) * 2 * m + p]);
@@ -205,22 +213,22 @@ inline void passQ(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw)
         }
         for (int q = 0; q < s; q += V::W) {
             C<V> a[r];
-            for (int j = 0; j < r; ++j) a[j] = loadC<V>(in, q + s * (p + j * m));
+            for (int j = 0; j < r; ++j) a[j] = loadC<V, InI>(in, q + s * (p + j * m));
             butterfly<V, r>(a);
-            storeC<V>(out, q + s * r * p, a[0]);
-            for (int j = 1; j < r; ++j) storeC<V>(out, q + s * (r * p + j), cmul<V>(a[j], w[j]));
+            storeC<V, OutI>(out, q + s * r * p, a[0]);
+            for (int j = 1; j < r; ++j) storeC<V, OutI>(out, q + s * (r * p + j), cmul<V>(a[j], w[j]));
         }
     }
 }
 
 // First pass (s == 1) vectorised over p (needs n/r >= W and a split output):
 // twiddles loaded per lane, outputs transposed into place.
-template <class V, int r>
-inline void passP(int n, const Buf& in, const Buf& out, const Xvo32f* tw) {
+template <class V, int r, bool InI>
+XVO_FFT_INLINE void passP(int n, const Buf& in, const Buf& out, const Xvo32f* tw) {
     const int m = n / r;
     for (int p = 0; p < m; p += V::W) {
         C<V> a[r];
-        for (int j = 0; j < r; ++j) a[j] = loadC<V>(in, p + j * m);
+        for (int j = 0; j < r; ++j) a[j] = loadC<V, InI>(in, p + j * m);
         butterfly<V, r>(a);
         typename V::R re[r], im[r];
         re[0] = a[0].re;
@@ -236,13 +244,79 @@ inline void passP(int n, const Buf& in, const Buf& out, const Xvo32f* tw) {
     }
 }
 
+// One pass with the widest twin its shape allows.
+template <class V, int r, bool InI, bool OutI>
+XVO_FFT_INLINE void passAny(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
+    if (s >= V::W) {
+        passQ<V, r, InI, OutI>(n, s, in, out, tw);
+    } else if (!OutI && s == 1 && n / r >= V::W) {
+        passP<V, r, InI>(n, in, out, tw);
+    } else if constexpr (V::W > 1) {
+        passAny<typename V::Narrow, r, InI, OutI>(n, s, in, out, tw);
+    }
+}
+
+template <class V, bool InI, bool OutI>
+void passRadix(int r, int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
+    if (r == 8)
+        passAny<V, 8, InI, OutI>(n, s, in, out, tw);
+    else if (r == 4)
+        passAny<V, 4, InI, OutI>(n, s, in, out, tw);
+    else
+        passAny<V, 2, InI, OutI>(n, s, in, out, tw);
+}
+
+// The complex passes of the record's plan (three or more, an odd count):
+// first reads `first` (interleaved when FirstI), then they alternate between
+// a and b, and the last writes `last` (interleaved when LastI).
+template <class V, bool FirstI, bool LastI>
+void complexPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& first, const Buf& a, const Buf& b,
+                   const Buf& last) {
+    const Xvo32f* tw = spec->twiddle;
+    const int P = spec->nPass;
+    int n = M, s = 1;
+    passRadix<V, FirstI, false>(spec->radix[0], n, s, first, a, tw);
+    for (int i = 1; i < P; ++i) {
+        const int r0 = spec->radix[i - 1], r = spec->radix[i];
+        tw += 2 * (n - n / r0);
+        n /= r0;
+        s *= r0;
+        const Buf& in = (i & 1) ? a : b;
+        if (i + 1 < P)
+            passRadix<V, false, false>(r, n, s, in, (i & 1) ? b : a, tw);
+        else
+            passRadix<V, false, LastI>(r, n, s, in, last, tw);
+    }
+}
+
+// Fixed three-pass plans of the small orders, unrolled by the compiler.
+template <class V, bool FirstI, bool LastI, int M, int R0, int R1, int R2>
+XVO_FFT_INLINE void complexPasses3(const Xvo32f* tw, const Buf& first, const Buf& a, const Buf& b, const Buf& last) {
+    constexpr int n1 = M / R0, n2 = n1 / R1;
+    passAny<V, R0, FirstI, false>(M, 1, first, a, tw);
+    passAny<V, R1, false, false>(n1, R0, a, b, tw + 2 * (M - n1));
+    passAny<V, R2, false, LastI>(n2, R0 * R1, b, last, tw + 2 * (M - n2));
+}
+
+template <class V, bool FirstI, bool LastI>
+XVO_FFT_INLINE void runPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& first, const Buf& a, const Buf& b,
+                              const Buf& last) {
+    switch (M) {  // the plans planPasses gives these sizes
+        case 16: complexPasses3<V, FirstI, LastI, 16, 4, 2, 2>(spec->twiddle, first, a, b, last); break;
+        case 32: complexPasses3<V, FirstI, LastI, 32, 8, 2, 2>(spec->twiddle, first, a, b, last); break;
+        case 64: complexPasses3<V, FirstI, LastI, 64, 8, 4, 2>(spec->twiddle, first, a, b, last); break;
+        case 128: complexPasses3<V, FirstI, LastI, 128, 8, 4, 4>(spec->twiddle, first, a, b, last); break;
+        default: complexPasses<V, FirstI, LastI>(spec, M, first, a, b, last); break;
+    }
+}
+
 // ---------------------------------------------------------------------------
 // Real recombination. Forward: from Z (split, work) to Pack (dst); inverse:
 // from Pack (src) to swapped Z (split, work). For k in 1..M/2-1:
 //   P = U_k + conj(U_{M-k}), Q = U_k - conj(U_{M-k}),
 //   Y_k = a P + C_k Q,  Y_{M-k} = conj(a P - C_k Q).
 template <class V>
-inline void recombPair(C<V> uk, C<V> ukr, typename V::R a, C<V> ck, C<V>& yk, C<V>& ykr) {
+XVO_FFT_INLINE void recombPair(C<V> uk, C<V> ukr, typename V::R a, C<V> ck, C<V>& yk, C<V>& ykr) {
     const C<V> P{V::add(uk.re, ukr.re), V::sub(uk.im, ukr.im)};
     const C<V> Q{V::sub(uk.re, ukr.re), V::add(uk.im, ukr.im)};
     const C<V> cq = cmul<V>(Q, ck);
@@ -253,7 +327,7 @@ inline void recombPair(C<V> uk, C<V> ukr, typename V::R a, C<V> ck, C<V>& yk, C<
 
 // Forward recombination over k in [k0, k0 + W) (k0 >= 1, k0 + W <= M/2).
 template <class V>
-inline void recombFwdBlock(const Xvo32f* zr, const Xvo32f* zi, Xvo32f* dst, const Xvo32f* cr, const Xvo32f* ci,
+XVO_FFT_INLINE void recombFwdBlock(const Xvo32f* zr, const Xvo32f* zi, Xvo32f* dst, const Xvo32f* cr, const Xvo32f* ci,
                            int M, int k0, typename V::R a) {
     const int kr = M - k0 - V::W + 1;
     const C<V> uk{V::load(zr + k0), V::load(zi + k0)};
@@ -267,7 +341,7 @@ inline void recombFwdBlock(const Xvo32f* zr, const Xvo32f* zi, Xvo32f* dst, cons
 
 // Inverse recombination over k in [k0, k0 + W); writes Z swapped (re <-> im).
 template <class V>
-inline void recombInvBlock(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, const Xvo32f* ci, int M,
+XVO_FFT_INLINE void recombInvBlock(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, const Xvo32f* ci, int M,
                            int k0, typename V::R a) {
     const int kr = M - k0 - V::W + 1;
     C<V> uk, ukr;
@@ -301,49 +375,15 @@ inline void recombLoop(int M, Fn&& fn) {
 }
 
 // ---------------------------------------------------------------------------
-// The complex passes, each with the widest twin its shape allows.
-template <class V, int r>
-inline void passAny(int n, int s, const Buf& in, const Buf& out, const Xvo32f* tw) {
-    if (s >= V::W)
-        passQ<V, r>(n, s, in, out, tw);
-    else if (s == 1 && n / r >= V::W && !out.inter)
-        passP<V, r>(n, in, out, tw);
-    else if constexpr (V::W > 1)
-        passAny<typename V::Narrow, r>(n, s, in, out, tw);
-}
-
-template <class V>
-inline void complexPasses(const XvoRealFFTSpec_32f* spec, int M, Buf first, Buf a, Buf b, Buf last) {
-    const Xvo32f* tw = spec->twiddle;
-    int n = M, s = 1;
-    Buf in = first;
-    for (int i = 0; i < spec->nPass; ++i) {
-        const int r = spec->radix[i];
-        const bool isLast = i + 1 == spec->nPass;
-        const Buf out = isLast ? last : ((i & 1) == 0 ? a : b);
-        if (r == 8)
-            passAny<V, 8>(n, s, in, out, tw);
-        else if (r == 4)
-            passAny<V, 4>(n, s, in, out, tw);
-        else
-            passAny<V, 2>(n, s, in, out, tw);
-        tw += 2 * (n - n / r);
-        n /= r;
-        s *= r;
-        in = out;
-    }
-}
-
-// ---------------------------------------------------------------------------
 // Whole transforms for order >= 5 (M >= 16). work holds 2M floats.
 template <class V>
 void realFwd(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
     const int N = 1 << spec->order, M = N / 2;
     const Xvo32f s = spec->fwdScale;
-    const Buf in{const_cast<Xvo32f*>(src), nullptr, true};
-    const Buf w{work, work + M, false}, d{dst, dst + M, false};
+    const Buf in{const_cast<Xvo32f*>(src), nullptr};
+    const Buf w{work, work + M}, d{dst, dst + M};
     // Odd pass count: pass 1 writes work, pass 2 dst, ..., the last work.
-    complexPasses<V>(spec, M, in, w, d, w);
+    runPasses<V, true, false>(spec, M, in, w, d, w);
 
     const Xvo32f* zr = work;
     const Xvo32f* zi = work + M;
@@ -380,9 +420,9 @@ void realInv(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo
     zr[M / 2] = -(s2 * xmi);
     zi[M / 2] = s2 * xmr;
 
-    const Buf w{work, work + M, false}, d{dst, dst + M, false}, out{dst, nullptr, true};
+    const Buf w{work, work + M}, d{dst, dst + M}, out{dst, nullptr};
     // Pass 1 writes dst, pass 2 work, ..., the last (odd) one dst, interleaved.
-    complexPasses<V>(spec, M, w, d, w, out);
+    runPasses<V, false, true>(spec, M, w, d, w, out);
 }
 
 }  // namespace fftk
