@@ -57,6 +57,10 @@ struct Call {
     /// Pointer to buffer k, or null when the sweep nulls it.
     template <typename T = void>
     T* p(int k) { return null[k] ? nullptr : reinterpret_cast<T*>(bufs[k].data()); }
+    /// Pointer `off` elements into buffer k (for functions that read history before their
+    /// pointer), or null when the sweep nulls it.
+    template <typename T>
+    T* at(int k, size_t off) { return null[k] ? nullptr : reinterpret_cast<T*>(bufs[k].data()) + off; }
     int i(int k) const { return ints[k]; }
     /// Writes a value of type T at element `idx` of buffer k.
     template <typename T>
