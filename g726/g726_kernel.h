@@ -4,6 +4,7 @@
 
 #include <cstdint>
 
+#include "core/cpu.h"
 #include "xvosc.h"
 
 namespace xvo::g726 {
@@ -18,12 +19,28 @@ struct Work {
     int32_t dms, dml;  // short- and long-term averages of F
     int32_t td;        // tone detected at the last sample
     int32_t pk1, pk2;  // signs of the last two partial reconstructed signals
-    int16_t coef[8];   // b1..b6, a1, a2 (Q14)
-    int16_t flt[8];    // dq1..dq6, sr1, sr2 (floating format with sign)
+    alignas(16) int16_t coef[8];  // b1..b6, a1, a2 (Q14)
+    alignas(16) int16_t flt[8];   // dq1..dq6, sr1, sr2 (floating format with sign)
 };
 
-/// Block kernels of one rate index (0..3). Encode reads 14-bit samples;
-/// decode writes 14-bit samples (law 2) or G.711 bytes (law 0, 1).
+using EncodeKernel = void (*)(Work& w, const int16_t* src, uint8_t* dst, int len);
+using DecodeKernel = void (*)(int law, Work& w, const uint8_t* src, int16_t* dst, int len);
+
+/// Block kernels of one instruction set, per rate index 0..3. Encode reads
+/// 14-bit samples; decode writes 14-bit samples (law 2) or G.711 bytes (law 0, 1).
+struct Kernels {
+    EncodeKernel encode[4];
+    DecodeKernel decode[4];
+};
+
+extern const Kernels kScalarKernels;
+extern const Kernels kSse41Kernels;
+extern const Kernels kAvx2Kernels;
+
+/// The kernels of a level (a level without its own twin uses the next lower one).
+const Kernels& ownKernels(OwnCpuLevel level);
+
+/// Run the kernels of the running CPU; `law` is 0..2 (other values act as A-law).
 void ownEncode(int rate, Work& w, const int16_t* src, uint8_t* dst, int len);
 void ownDecode(int rate, int law, Work& w, const uint8_t* src, int16_t* dst, int len);
 
