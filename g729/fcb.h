@@ -40,6 +40,21 @@ OwnFcbNestedFn ownFcbNestedFor(OwnCpuLevel level);
 void ownFcbSearch_G729(const int16_t* d, int16_t* rr, int16_t time, int16_t* cod, int16_t* code, int16_t* pTimeLeft,
                        OwnFcbNestedFn nested);
 
+/// Prefix sums of the autocorrelation of the impulse response: v[L][n] is
+/// the sum over k < n of h[k] h[k+L] (doubled and saturating, on the h
+/// scaled as the G.729 matrix builder scales it, in the fixed form).
+/// at(p, q) is the matrix entry of pulse positions p and q.
+struct OwnCorrPrefixes {
+    int32_t v[kSubfr][kSubfr + 1];
+    int32_t at(int p, int q) const { return v[p > q ? p - q : q - p][kSubfr - (p > q ? p : q)]; }
+};
+struct OwnCorrPrefixesF {
+    float v[kSubfr][kSubfr + 1];
+    float at(int p, int q) const { return v[p > q ? p - q : q - p][kSubfr - (p > q ? p : q)]; }
+};
+void ownCorrPrefixes_16s(const int16_t* h, OwnCorrPrefixes& pre);
+void ownCorrPrefixes_32f(const float* h, OwnCorrPrefixesF& pre);
+
 /// Code words of four pulses (tracks 0, 1, 2, then 3 or 4): the sign word
 /// (bit k set when pulse k is positive) and the 13-bit position word.
 void ownFcbCodeWords4(const int16_t* pos, const bool* positive, int16_t* code);

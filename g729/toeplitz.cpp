@@ -33,17 +33,9 @@ void forEachEntry(Put put) {
             for (int n = 0; n < kNbPos; ++n) put(b.off + m * kNbPos + n, 5 * m + b.ta, 5 * n + b.tb);
 }
 
-/// Doubled, saturating prefix sums of the scaled h: pre[L][n] = L_mac sum of
-/// h[k] h[k+L] for k < n (n = 1..40-L).
-struct Prefixes {
-    int32_t v[kSubfr][kSubfr + 1];
-    int32_t at(int p, int q) const {
-        const int lag = p > q ? p - q : q - p;
-        return v[lag][kSubfr - (p > q ? p : q)];
-    }
-};
+}  // namespace
 
-void fixedPrefixes(const int16_t* H, Prefixes& pre) {
+void ownCorrPrefixes_16s(const int16_t* H, OwnCorrPrefixes& pre) {
     // Scale h for precision: halve it when its energy is large, else shift it
     // left by half the normalisation count of the energy.
     int32_t energy = 0;
@@ -64,7 +56,15 @@ void fixedPrefixes(const int16_t* H, Prefixes& pre) {
     }
 }
 
-}  // namespace
+void ownCorrPrefixes_32f(const float* h, OwnCorrPrefixesF& pre) {
+    for (int lag = 0; lag < kSubfr; ++lag) {
+        float cor = 0.0f;
+        for (int k = 0; k + lag < kSubfr; ++k) {
+            cor += h[k] * h[k + lag];
+            pre.v[lag][k + 1] = cor;
+        }
+    }
+}
 
 }  // namespace xvo::g729
 
@@ -74,36 +74,25 @@ extern "C" {
 
 XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDstMatrix) {
     XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDstMatrix));
-    Prefixes pre;
-    fixedPrefixes(pSrcImpulseResponse, pre);
+    OwnCorrPrefixes pre;
+    ownCorrPrefixes_16s(pSrcImpulseResponse, pre);
     forEachEntry([&](int idx, int p, int q) { pDstMatrix[idx] = xvo::fx::extract_h(pre.at(p, q)); });
     return xvoStsOk;
 }
 
 XVOSC_API XvoStatus xvosToeplizMatrix_G729_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDstMatrix) {
     XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDstMatrix));
-    Prefixes pre;
-    fixedPrefixes(pSrcImpulseResponse, pre);
+    OwnCorrPrefixes pre;
+    ownCorrPrefixes_16s(pSrcImpulseResponse, pre);
     forEachEntry([&](int idx, int p, int q) { pDstMatrix[idx] = pre.at(p, q) >> 1; });
     return xvoStsOk;
 }
 
 XVOSC_API XvoStatus xvosToeplizMatrix_G729_32f(const Xvo32f* pSrcImpulseResponse, Xvo32f* pDstMatrix) {
     XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDstMatrix));
-    // The float reference accumulates each lag in the same ascending order.
-    float pre[kSubfr][kSubfr + 1];
-    const Xvo32f* h = pSrcImpulseResponse;
-    for (int lag = 0; lag < kSubfr; ++lag) {
-        float cor = 0.0f;
-        for (int k = 0; k + lag < kSubfr; ++k) {
-            cor += h[k] * h[k + lag];
-            pre[lag][k + 1] = cor;
-        }
-    }
-    forEachEntry([&](int idx, int p, int q) {
-        const int lag = p > q ? p - q : q - p;
-        pDstMatrix[idx] = pre[lag][kSubfr - (p > q ? p : q)];
-    });
+    OwnCorrPrefixesF pre;
+    ownCorrPrefixes_32f(pSrcImpulseResponse, pre);
+    forEachEntry([&](int idx, int p, int q) { pDstMatrix[idx] = pre.at(p, q); });
     return xvoStsOk;
 }
 

@@ -674,6 +674,27 @@ XVOSC_API XvoStatus xvosFixedCodebookSearch_G729A_32s16s(const Xvo16s* pSrcCorr,
 XVOSC_API XvoStatus xvosFixedCodebookSearch_G729A_32f(const Xvo32f* pSrcCorr, Xvo32f* pSrcDstMatrix,
                                                       Xvo32f* pDstFixedVector, Xvo16s* pDstCode);
 
+/** G.729 Annex D 6.4 kbit/s search (the reference D2i40_11): two signed pulses, pulse 0 on track 1
+ *  or 3, pulse 1 on track 0, 2, 4 or 1, searched over the track pairs (0,1) (1,1) (0,3) (3,4) (1,2)
+ *  (1,3) (1,4) (2,3). The search needs correlations the G.729 matrix does not hold, so it builds them
+ *  from the impulse response (scaled as xvosToeplizMatrix_G729_16s scales it); signs folded in Q15.
+ *  Both pulses may fall on one position (then that sample holds the sum of the two).
+ *  @param pSrcCorr            in: d[40].
+ *  @param pSrcImpulseResponse in: h[40], Q12 (with the pitch sharpening already applied).
+ *  @param pDstFixedVector     out: 40 samples, Q13 (+8191 / -8192 per pulse).
+ *  @param pDstCode            out: [sign word: bit 0 pulse 0 positive, bit 1 pulse 1 positive;
+ *                             position word: gray(index of pulse 0 in 1,3,6,8,..,38) +
+ *                             gray(index of pulse 1 in 0,2,4,5,7,..,39,1,6,..,36) << 4].
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729D_16s(const Xvo16s* pSrcCorr, const Xvo16s* pSrcImpulseResponse,
+                                                      Xvo16s* pDstFixedVector, Xvo16s* pDstCode);
+
+/** Float form of the 6.4 kbit/s search: the same tracks, order and code words on float correlations
+ *  of the unscaled h; code vector +-1.0 per pulse.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729D_32f(const Xvo32f* pSrcCorr, const Xvo32f* pSrcImpulseResponse,
+                                                      Xvo32f* pDstFixedVector, Xvo16s* pDstCode);
+
 /* ---- Correlation matrices of the impulse response ----------------------- */
 
 /** Packed 616-entry correlation matrix of the impulse response for the G.729 searches

@@ -117,6 +117,47 @@ TEST(G729FcbReference, FloatSearchOnCapturedInputs) {
     EXPECT_GT(agreeA, static_cast<int>(g.rows.size() * 9 / 10));
 }
 
+/// Deterministic generator shared with the script that ran the reference.
+struct Lcg {
+    uint32_t s;
+    int next(int lo, int hi) {
+        s = s * 1664525u + 1013904223u;
+        return lo + static_cast<int>((s >> 8) % static_cast<uint32_t>(hi - lo + 1));
+    }
+    /// A decaying random impulse response.
+    void impulse(int16_t* h) {
+        for (int n = 0; n < 40; ++n) {
+            const int c = next(0, 1);
+            h[n] = static_cast<int16_t>(c ? (next(-4096, 4096) * (40 - n)) >> 5 : next(-600, 600));
+        }
+    }
+};
+
+// Annex D: the captured d of the G.729 golden file with generated impulse
+// responses; the hash is that of the reference D2i40_11 (after Cor_h_D)
+// over code vector, sign word and position word.
+TEST(G729FcbReference, AnnexDSearch) {
+    XVO_REQUIRE_VECTOR(path, "golden/g729/xvosFixedCodebookSearch_G729_16s.txt");
+    const auto g = xvotest::loadGolden(path);
+    Lcg lcg{729};
+    Fnv hash;
+    int agreeF = 0;
+    for (const auto& row : g.rows) {
+        const auto d = vec<Xvo16s>(g.in_(row, "corr"));
+        int16_t h[40], cod[40], code[2], codeF[2];
+        lcg.impulse(h);
+        ASSERT_EQ(xvosFixedCodebookSearch_G729D_16s(d.data(), h, cod, code), xvoStsOk);
+        for (int16_t v : cod) hash.add(v);
+        hash.add(code[0]), hash.add(code[1]);
+        float df[40], hf[40], codf[40];
+        for (int n = 0; n < 40; ++n) df[n] = d[n], hf[n] = h[n] / 4096.0f;
+        ASSERT_EQ(xvosFixedCodebookSearch_G729D_32f(df, hf, codf, codeF), xvoStsOk);
+        agreeF += codeF[0] == code[0] && codeF[1] == code[1];
+    }
+    EXPECT_EQ(hash.h, 0x4c035ca27fa8104eull);
+    EXPECT_GT(agreeF, static_cast<int>(g.rows.size() * 9 / 10));
+}
+
 /// Entry (p, q) straight from its definition: the doubled sum over
 /// k <= 39 - max(p, q) of h[k] h[k + |p - q|], on the scaled h.
 int64_t directEntry(const int16_t* h, int p, int q) {
