@@ -21,14 +21,43 @@ int cmdVersion(int, char**) {
 
 namespace {
 const Command kCommands[] = {
-    {"demo", "demo                      run every stage on the built-in sample and print what it did", cmdDemo},
-    {"version", "version                   print the library version record", cmdVersion},
+    {"demo", "demo [--out DIR]          run every stage on the built-in sample and print what it did", kDemoHelp,
+     cmdDemo},
+    {"g726", "g726 encode|decode ...    G.726 ADPCM files from and to 8 kHz WAV (see 'xvosc g726 --help')",
+     kG726Help, cmdG726},
+    {"version", "version                   print the library version record", nullptr, cmdVersion},
 };
 
+const char* const kIntro =
+    "xvosc - bit-exact fixed-point speech-coding primitives: the library's tool\n"
+    "\n"
+    "usage: xvosc <command> [options]\n"
+    "       xvosc help [command]     this text, or a command's full usage\n"
+    "       xvosc --help | --version\n"
+    "\n"
+    "commands:\n";
+
+const char* const kOutro =
+    "\n"
+    "Audio files are read and written through libsndfile; codecs work on 8 kHz\n"
+    "mono. Errors are reported in one line on stderr with exit status 2; a\n"
+    "command that fails leaves no partial output file.\n";
+
 int usage(FILE* out) {
-    std::fprintf(out, "usage: xvosc <command> [options]\n\ncommands:\n");
+    std::fputs(kIntro, out);
     for (const auto& c : kCommands) std::fprintf(out, "  %s\n", c.usage);
+    std::fputs(kOutro, out);
     return out == stderr ? 2 : 0;
+}
+
+int help(int argc, char** argv) {
+    if (argc < 3) return usage(stdout);
+    for (const auto& c : kCommands)
+        if (!std::strcmp(argv[2], c.name)) {
+            std::fputs(c.help ? c.help : (std::string("usage: xvosc ") + c.usage + "\n").c_str(), stdout);
+            return 0;
+        }
+    return fail(std::string("help: unknown command '") + argv[2] + "'");
 }
 }  // namespace
 
@@ -37,9 +66,10 @@ int usage(FILE* out) {
 int main(int argc, char** argv) {
     using namespace xvotool;
     if (argc < 2) return usage(stderr);
-    if (!std::strcmp(argv[1], "help") || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h"))
-        return usage(stdout);
+    const char* a = argv[1];
+    if (!std::strcmp(a, "help") || !std::strcmp(a, "--help") || !std::strcmp(a, "-h")) return help(argc, argv);
+    if (!std::strcmp(a, "--version") || !std::strcmp(a, "-V")) return cmdVersion(argc - 1, argv + 1);
     for (const auto& c : kCommands)
-        if (!std::strcmp(argv[1], c.name)) return c.run(argc - 1, argv + 1);
-    return fail(std::string("unknown command '") + argv[1] + "' (try 'xvosc help')");
+        if (!std::strcmp(a, c.name)) return c.run(argc - 1, argv + 1);
+    return fail(std::string("unknown command '") + a + "' (try 'xvosc --help')");
 }
