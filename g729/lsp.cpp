@@ -53,8 +53,8 @@ int16_t interpolateRoot(int16_t xlow, int16_t ylow, int16_t xhigh, int16_t yhigh
     const int16_t sign = y;
     y = abs_s(y);
     const int16_t e = norm_s(y);
-    y = shl(y, e);
-    y = div_s(16383, y);
+    y = shl(y, e);                                        // 16384..32767
+    y = static_cast<int16_t>((int32_t(16383) << 15) / y);  // div_s(16383, y): the floor of the Q15 quotient
     int32_t t0 = L_mult(x, y);
     t0 = L_shr(t0, sub(20, e));
     y = extract_l(t0);  // (xhigh - xlow) / (yhigh - ylow) in Q11
@@ -68,7 +68,7 @@ const int16_t* gridFor(int intervals) { return intervals == 50 ? kGrid50 : kGrid
 
 }  // namespace
 
-int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
+int16_t ownChebpsExact_16s(int16_t x, const int16_t* f, int shift, bool q23) {
     // C(x) = T5(x) + f1 T4(x) + ... + f4 T1(x) + f5/2 by the Clenshaw recursion in
     // double-precision format, Q24 (Q23 for the overflow form).
     const int16_t b2init = q23 ? 128 : 256;
@@ -99,7 +99,53 @@ int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
     return extract_h(t0);
 }
 
+int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
+    // The recursion of ownChebpsExact_16s in 64-bit arithmetic. Where no
+    // intermediate leaves the 32-bit range every saturating operator is exact,
+    // so the result is the same; otherwise the exact form is run.
+    const int64_t X = x;
+    const int64_t fmul = int64_t(2) << shift;  // L_mult(f, 2^shift)
+    uint64_t out = 0;                          // nonzero once a value left the 32-bit range
+    auto check = [&out](int64_t v) { out |= static_cast<uint64_t>(v + 0x80000000LL) >> 32; };
+    int64_t t = X * (q23 ? 512 : 1024) + f[1] * fmul;
+    check(t);
+    int64_t b2h = q23 ? 128 : 256, b2l = 0;
+    int64_t b1h = t >> 16, b1l = (t >> 1) & 0x7fff;
+    for (int i = 2; i < kNC; ++i) {
+        t = 2 * b1h * X + 2 * ((b1l * X) >> 15);
+        check(t);
+        t *= 2;
+        check(t);
+        out |= static_cast<uint64_t>(b2h == -32768);  // L_mult(-32768, -32768) saturates
+        t -= b2h * 65536;
+        check(t);
+        t -= 2 * b2l;
+        check(t);
+        t += f[i] * fmul;
+        check(t);
+        b2h = b1h;
+        b2l = b1l;
+        b1h = t >> 16;
+        b1l = (t >> 1) & 0x7fff;
+    }
+    t = 2 * b1h * X + 2 * ((b1l * X) >> 15);
+    check(t);
+    out |= static_cast<uint64_t>(b2h == -32768);
+    t -= b2h * 65536;
+    check(t);
+    t -= 2 * b2l;
+    check(t);
+    t += f[kNC] * (fmul >> 1);
+    check(t);
+    if (out != 0) return ownChebpsExact_16s(x, f, shift, q23);
+    return static_cast<int16_t>(sat32(t << (q23 ? 7 : 6)) >> 16);  // L_shl then extract_h
+}
+
 int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p) {
+    return ownLPCToLSP_16s(a, lsp, p, ownLspKernels());
+}
+
+int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p, const OwnLspKernels& k) {
     alignas(32) int16_t f[2][8] = {};
     int shift = p.shift;
     bool q23 = false;
@@ -111,18 +157,15 @@ int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p) 
     const int16_t* grid = gridFor(p.intervals);
     const int n = p.intervals;
 
-    // Both polynomials at every grid point, computed up front by the vector
-    // twin (the Q23 form is rare and evaluated on demand).
+    // Both polynomials at every grid point, computed up front by the vector twin.
     alignas(32) int16_t gx[64] = {};
-    alignas(32) int16_t gy[2][64] = {};
-    if (!q23) {
-        for (int j = 0; j <= n; ++j) gx[j] = grid[j];
-        const OwnLspKernels& k = ownLspKernels();
-        k.chebGrid(gx, 64, f[0], shift, gy[0]);
-        k.chebGrid(gx, 64, f[1], shift, gy[1]);
-    }
+    alignas(32) int16_t gy[2][64];
+    for (int j = 0; j <= n; ++j) gx[j] = grid[j];
+    const int padded = (n + 1 + 7) & ~7;
+    k.chebGrid(gx, padded, f[0], shift, q23, gy[0]);
+    k.chebGrid(gx, padded, f[1], shift, q23, gy[1]);
     auto cheb = [&](int16_t x, int ip) { return ownChebps_16s(x, f[ip], shift, q23); };
-    auto chebGrid = [&](int j, int ip) { return q23 ? cheb(grid[j], ip) : gy[ip][j]; };
+    auto chebGrid = [&](int j, int ip) { return gy[ip][j]; };
 
     int nf = 0, ip = 0;
     int16_t xlow = grid[0];
@@ -294,9 +337,12 @@ void ownLSFDecodeErased_16s(int ma, int16_t* prevFreq, const int16_t* lsf) {
 }
 
 void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx) {
+    ownLSFQuantSearch_16s(lsf, prevFreq, idx, ownLspKernels());
+}
+
+void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx, const OwnLspKernels& kern) {
     int16_t w[kM];
     weights(lsf, w);
-    const OwnLspKernels& kern = ownLspKernels();
     int cand[2], t1[2], t2[2];
     int32_t tdist[2];
     for (int ma = 0; ma < 2; ++ma) {

@@ -31,7 +31,10 @@ inline constexpr OwnLpcToLspParams kLpcToLspGsmAmr{60, 4, 0, 13}; // GSM-AMR
 /// Roots of the sum and difference polynomials of a (11 coefficients, Q12,
 /// a[0] not read) as cosines in Q15, written to lsp in the order found.
 /// Returns the number of roots found (0..10); lsp[nf..9] are not written.
+struct OwnLspKernels;
 int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p);
+/// The same with an explicit set of vector twins (tests and benchmarks).
+int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p, const OwnLspKernels& k);
 
 /// Float root finder of the G.729 floating-point reference (Annex C):
 /// `intervals` grid intervals and `bisections` halvings. Returns the roots found.
@@ -62,6 +65,7 @@ void ownLSFDecodeErased_16s(int ma, int16_t* prevFreq, const int16_t* lsf);
 /// Get_wegt + the Relspwed search: the four indices L0..L3 for lsf (Q13)
 /// and memory prevFreq (not modified).
 void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx);
+void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx, const OwnLspKernels& k);
 
 /// Float decoder (Annex C lsp_get_quant + lsp_stability); returns the same
 /// warning codes as the 16-bit decoder.
@@ -110,8 +114,8 @@ int ownStabilise(T* lsf, T low, T gap, T high, AddGap addGap) {
 /// saturating L_mac sum does).
 using OwnDist1Fn = void (*)(const int16_t* r, int32_t* d);
 /// Chebyshev evaluations at the grid points: y[i] = C(x[i]) for i < n (n a multiple of 8,
-/// the arrays padded), for Q24 evaluation with coefficients f[0..5] and shift 12 or 13.
-using OwnChebGridFn = void (*)(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y);
+/// the arrays padded), coefficients f[0..5], shift 12 or 13, Q24 evaluation or (q23) Q23.
+using OwnChebGridFn = void (*)(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y);
 
 struct OwnLspKernels {
     OwnDist1Fn dist1;
@@ -125,5 +129,7 @@ const OwnLspKernels& ownLspKernels();
 /// One Chebyshev evaluation of the reference (Chebps_11 / Chebps_10 / GSM-AMR Chebps):
 /// q23 selects the Q23 evaluation of Chebps_10.
 int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23);
+/// The same, operator by operator with the reference's saturations (the definition).
+int16_t ownChebpsExact_16s(int16_t x, const int16_t* f, int shift, bool q23);
 
 }  // namespace xvo::g729

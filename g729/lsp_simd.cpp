@@ -29,8 +29,8 @@ void dist1Scalar(const int16_t* r, int32_t* d) {
     }
 }
 
-void chebGridScalar(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y) {
-    for (int i = 0; i < n; ++i) y[i] = ownChebps_16s(x[i], f, shift, false);
+void chebGridScalar(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
+    for (int i = 0; i < n; ++i) y[i] = ownChebpsExact_16s(x[i], f, shift, q23);
 }
 
 // ---- AVX2 ----------------------------------------------------------------------
@@ -75,7 +75,8 @@ XVO_AVX2 inline __m256i mpy32x16(__m256i hi, __m256i lo, __m256i x) {
     return addSat(lmult(hi, x), _mm256_slli_epi32(m, 1));
 }
 
-XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y) {
+template <bool Q23>
+XVO_AVX2 void chebGridAvx2T(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y) {
     const int16_t fmul = static_cast<int16_t>(1 << shift);
     const int16_t fhalf = static_cast<int16_t>(1 << (shift - 1));
     __m256i fterm[6];
@@ -83,30 +84,48 @@ XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift,
     fterm[5] = _mm256_set1_epi32(fx::L_mult(f[5], fhalf));
     const __m256i minus32768 = _mm256_set1_epi32(-32768);
     const __m256i mask15 = _mm256_set1_epi32(0x7fff);
-    for (int k = 0; k < n; k += 8) {
-        const __m256i xv = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k)));
-        __m256i b2h = _mm256_set1_epi32(256), b2l = _mm256_setzero_si256();
-        __m256i t = addSat(_mm256_slli_epi32(xv, 10), fterm[1]);  // L_mult(x, 512) + f1
-        __m256i b1h = _mm256_srai_epi32(t, 16);
-        __m256i b1l = _mm256_and_si256(_mm256_srai_epi32(t, 1), mask15);
-        for (int i = 2; i < 5; ++i) {
-            t = shlSat<1>(mpy32x16(b1h, b1l, xv));
-            t = addSat(t, lmult(b2h, minus32768));
-            t = subSat(t, _mm256_slli_epi32(b2l, 1));
-            t = addSat(t, fterm[i]);
-            b2h = b1h;
-            b2l = b1l;
-            b1h = _mm256_srai_epi32(t, 16);
-            b1l = _mm256_and_si256(_mm256_srai_epi32(t, 1), mask15);
+    // Four independent groups of 8 points per pass: the recursion is one long
+    // dependency chain, so the groups run interleaved.
+    constexpr int G = 4;
+    for (int k = 0; k < n; k += 8 * G) {
+        __m256i xv[G], b2h[G], b2l[G], b1h[G], b1l[G], t[G];
+        for (int g = 0; g < G; ++g) {
+            const int at = k + 8 * g < n ? k + 8 * g : k;  // a short tail repeats the first group
+            xv[g] = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(x + at)));
+            b2h[g] = _mm256_set1_epi32(Q23 ? 128 : 256);
+            b2l[g] = _mm256_setzero_si256();
+            t[g] = addSat(_mm256_slli_epi32(xv[g], Q23 ? 9 : 10), fterm[1]);  // L_mult(x, 512 or 256) + f1
+            b1h[g] = _mm256_srai_epi32(t[g], 16);
+            b1l[g] = _mm256_and_si256(_mm256_srai_epi32(t[g], 1), mask15);
         }
-        t = mpy32x16(b1h, b1l, xv);
-        t = addSat(t, lmult(b2h, minus32768));
-        t = subSat(t, _mm256_slli_epi32(b2l, 1));
-        t = addSat(t, fterm[5]);
-        t = _mm256_srai_epi32(shlSat<6>(t), 16);
-        const __m128i packed = _mm_packs_epi32(_mm256_castsi256_si128(t), _mm256_extracti128_si256(t, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(y + k), packed);
+        for (int i = 2; i < 5; ++i)
+            for (int g = 0; g < G; ++g) {
+                __m256i u = shlSat<1>(mpy32x16(b1h[g], b1l[g], xv[g]));
+                u = addSat(u, lmult(b2h[g], minus32768));
+                u = subSat(u, _mm256_slli_epi32(b2l[g], 1));
+                u = addSat(u, fterm[i]);
+                b2h[g] = b1h[g];
+                b2l[g] = b1l[g];
+                b1h[g] = _mm256_srai_epi32(u, 16);
+                b1l[g] = _mm256_and_si256(_mm256_srai_epi32(u, 1), mask15);
+            }
+        for (int g = 0; g < G; ++g) {
+            __m256i u = mpy32x16(b1h[g], b1l[g], xv[g]);
+            u = addSat(u, lmult(b2h[g], minus32768));
+            u = subSat(u, _mm256_slli_epi32(b2l[g], 1));
+            u = addSat(u, fterm[5]);
+            t[g] = _mm256_srai_epi32(shlSat<Q23 ? 7 : 6>(u), 16);
+        }
+        for (int g = 0; g < G && k + 8 * g < n; ++g) {
+            const __m128i packed = _mm_packs_epi32(_mm256_castsi256_si128(t[g]), _mm256_extracti128_si256(t[g], 1));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(y + k + 8 * g), packed);
+        }
     }
+}
+
+XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
+    if (q23) chebGridAvx2T<true>(x, n, f, shift, y);
+    else chebGridAvx2T<false>(x, n, f, shift, y);
 }
 
 XVO_AVX2 void dist1Avx2(const int16_t* r, int32_t* d) {

@@ -279,7 +279,24 @@ TEST(LspEdges, QuantRoundTripFromReset) {
     EXPECT_EQ(mem, mem2);
 }
 
-// ---- vector twins ------------------------------------------------------------------
+// ---- fast paths and vector twins ------------------------------------------------------
+
+TEST(LspSimd, FastChebyshevEqualsOperatorForm) {
+    // Random, small, and saturating coefficients and points (including -32768).
+    std::mt19937 rng(11);
+    std::uniform_int_distribution<int> any(-32768, 32767);
+    for (int t = 0; t < 200000; ++t) {
+        int16_t f[6];
+        const int sh = t % 3 == 0 ? 0 : t % 3 == 1 ? 3 : 6;
+        for (auto& v : f) v = static_cast<int16_t>(any(rng) >> sh);
+        if (t % 7 == 0) f[t % 6] = -32768;
+        const int16_t x = static_cast<int16_t>(t % 5 == 0 ? (t & 8 ? -32768 : 32767) : any(rng));
+        for (int shift : {12, 13})
+            for (bool q23 : {false, true})
+                ASSERT_EQ(ownChebps_16s(x, f, shift, q23), ownChebpsExact_16s(x, f, shift, q23))
+                    << "x=" << x << " shift=" << shift << " q23=" << q23;
+    }
+}
 
 TEST(LspSimd, TwinsEqualScalar) {
     std::mt19937 rng(729);
@@ -307,8 +324,9 @@ TEST(LspSimd, TwinsEqualScalar) {
             for (int j = 0; j < 64; ++j) x[j] = static_cast<int16_t>(j < 61 ? kGrid60[j] : any(rng));
             if (mode == 1) x[5] = -32768, x[6] = 32767;
             const int shift = t & 1 ? 12 : 13;
-            ref.chebGrid(x, 64, f, shift, y0);
-            k.chebGrid(x, 64, f, shift, y1);
+            const bool q23 = (t & 2) != 0;
+            ref.chebGrid(x, 64, f, shift, q23, y0);
+            k.chebGrid(x, 64, f, shift, q23, y1);
             ASSERT_TRUE(std::equal(y0, y0 + 64, y1)) << "chebGrid, case " << t;
         }
     }
