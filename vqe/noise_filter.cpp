@@ -241,8 +241,13 @@ void ownSynthesise(State* st, const Xvo32f* src) {
             ownGainsLevel4(st);
         else
             ownGains(st);
-        Xvo32f m = st->gains[3];
-        for (int k = 4; k < kBins - 1; ++k) m = st->gains[k] < m ? st->gains[k] : m;
+        // Minimum gain of bins 3..63 in four independent lanes (the minimum
+        // does not depend on the order, and the lanes vectorise).
+        Xvo32f lane[4] = {st->gains[3], st->gains[4], st->gains[5], st->gains[6]};
+        for (int k = 7; k + 4 <= kBins - 1; k += 4)
+            for (int j = 0; j < 4; ++j) lane[j] = st->gains[k + j] < lane[j] ? st->gains[k + j] : lane[j];
+        Xvo32f m = st->gains[kBins - 2];  // bin 63, the one left after 15 groups of 4
+        for (int j = 0; j < 4; ++j) m = lane[j] < m ? lane[j] : m;
         st->gainStat[0] = st->gainStat[1], st->gainStat[1] = st->gainStat[2], st->gainStat[2] = st->gainStat[3];
         st->gainStat[3] = m;
         // Weighted spectrum (Pack) -> synthesis frame -> time domain.
