@@ -29,6 +29,7 @@ struct Stage {
 };
 const Stage kStages[] = {
     {"G.726 ADPCM at 16, 24, 32 and 40 kbit/s", demoG726},
+    {"Noise suppression and automatic level control", demoVqe},
 };
 
 /// Two-pole resonator at `freq` Hz with bandwidth `bw` Hz.

@@ -21,8 +21,12 @@ int fail(const std::string& message);
 int cmdVersion(int argc, char** argv);
 int cmdDemo(int argc, char** argv);
 int cmdG726(int argc, char** argv);
+int cmdDenoise(int argc, char** argv);  // cmd_vqe.cpp
+int cmdAgc(int argc, char** argv);      // cmd_vqe.cpp
 
 extern const char* const kG726Help;
+extern const char* const kDenoiseHelp;
+extern const char* const kAgcHelp;
 extern const char* const kDemoHelp;
 
 // ---- audio files (audio.cpp) -----------------------------------------------
@@ -54,5 +58,8 @@ void snr(const std::vector<int16_t>& ref, const std::vector<int16_t>& out, doubl
 
 /// The G.726 demo stage: all four rates on the sample, WAVs and an SNR table.
 int demoG726(const DemoContext& ctx);
+
+/// The voice-quality demo stage: noise suppression at levels 1..4 and level control.
+int demoVqe(const DemoContext& ctx);
 
 }  // namespace xvotool

@@ -25,6 +25,8 @@ const Command kCommands[] = {
      cmdDemo},
     {"g726", "g726 encode|decode ...    G.726 ADPCM files from and to 8 kHz WAV (see 'xvosc g726 --help')",
      kG726Help, cmdG726},
+    {"denoise", "denoise [opts] in out     noise suppression of 8/16/22.05/32 kHz WAV (see 'xvosc help denoise')", kDenoiseHelp, cmdDenoise},
+    {"agc", "agc [opts] in out         automatic level control of a WAV (see 'xvosc help agc')", kAgcHelp, cmdAgc},
     {"version", "version                   print the library version record", nullptr, cmdVersion},
 };
 
