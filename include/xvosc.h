@@ -776,6 +776,68 @@ XVOSC_API XvoStatus xvosGainControl_G729A_16s_I(const Xvo16s* pSrc, Xvo16s* pSrc
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosGainControl_G729_32f_I(const Xvo32f* pSrc, Xvo32f* pSrcDst, Xvo32f* pSrcDstGain);
 
+/* ---- Encoder gains ------------------------------------------------------ */
+
+/** Adaptive-codebook gain of a 40-sample subframe (the reference G_pitch): g = <xn,y1>/<y1,y1>
+ *  in Q14, 0 when <xn,y1> <= 0, limited to 1.2 (19661). A sum that overflows is recomputed on y1/4.
+ *  @param pSrcTarget            in: xn[40], the pitch target.
+ *  @param pSrcFltAdaptiveVector in: y1[40], the filtered adaptive-codebook vector.
+ *  @param pDstCorrCoeff         out: 4 words [yy, 15 - n_yy, xy, 15 - n_xy], the reference g_coeff:
+ *                               yy = round(<y1,y1> << n_yy), xy = round(<xn,y1> << n_xy) with n the
+ *                               normalisation counts (less 4 and 2 when the sums were taken on y1/4);
+ *                               the last word is -15 when <xn,y1> <= 0.
+ *  @param pDstGain              out: the gain, Q14.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookGain_G729_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdaptiveVector,
+                                                      Xvo16s* pDstCorrCoeff, Xvo16s* pDstGain);
+
+/** The G.729A form of xvosAdaptiveCodebookGain_G729_16s. The Annex A reference keeps the main-body
+ *  G_pitch procedure unchanged, so both forms give the same results.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookGain_G729A_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdaptiveVector,
+                                                       Xvo16s* pDstCorrCoeff, Xvo16s* pDstGain);
+
+/** G.729 gain quantiser (the reference Qua_gain): predicts the fixed-codebook gain from the
+ *  code-vector energy and the past energies, computes the unquantised optimum gains, pre-selects
+ *  4 x 8 candidates of the two codebooks and picks the pair of least weighted error; updates the
+ *  past energies as the decoder does.
+ *  @param energy            in: code-vector energy as for xvosDecodeGain_G729_16s.
+ *  @param pSrcGainCoeff     in: 5 mantissas [<y1,y1>, -2<xn,y1>, <y2,y2>, -2<xn,y2>, 2<y1,y2>].
+ *  @param pSrcGainExp       in: their 5 Q formats (value = mantissa * 2^-exp), as the reference
+ *                           coder forms them (G_pitch and Corr_xy2).
+ *  @param tameFlag          in: 1 when taming is needed (pitch gain kept below 1), else 0.
+ *  @param pSrcDstPastEnergy in/out: 4 past quantised energies, Q10.
+ *  @param pDstGain          out: [pitch gain Q14, fixed gain Q1].
+ *  @param pDstIndex         out: the transmitted codes [GA (3 bits), GB (4 bits)], which
+ *                           xvosDecodeGain_G729_16s decodes to the same gains.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when tameFlag is not 0 or 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainQuant_G729_16s(Xvo32s energy, const Xvo16s* pSrcGainCoeff, const Xvo16s* pSrcGainExp,
+                                           Xvo16s tameFlag, Xvo16s* pSrcDstPastEnergy, Xvo16s* pDstGain,
+                                           Xvo16s* pDstIndex);
+
+/** 6.4 kbit/s gain quantiser (the Annex D reference Qua_gain_6k): the same procedure on the Annex D
+ *  codebooks (6 x 6 candidates, Q14 code corrections); codes [GA (3 bits), GB (3 bits)].
+ *  Arguments and statuses as xvosGainQuant_G729_16s. */
+XVOSC_API XvoStatus xvosGainQuant_G729D_16s(Xvo32s energy, const Xvo16s* pSrcGainCoeff, const Xvo16s* pSrcGainExp,
+                                            Xvo16s tameFlag, Xvo16s* pSrcDstPastEnergy, Xvo16s* pDstGain,
+                                            Xvo16s* pDstIndex);
+
+/** Floating-point gain codebook search (the G.729 floating-point reference qua_gain after its gain
+ *  prediction; the prediction and the energy update stay with the caller).
+ *  @param pSrcGainCoeff in: 5 coefficients [<y1,y1>, -2<xn,y1>, <y2,y2>, -2<xn,y2>, 2<y1,y2>].
+ *  @param predictedGain in: the predicted fixed-codebook gain gcode0.
+ *  @param tameFlag      in: 0 or 1.
+ *  @param pDstIndex     out: the transmitted codes [GA, GB].
+ *  @param pDstGain      out: [pitch gain, fixed gain = gcode0 * codebook correction].
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when tameFlag is not 0 or 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainCodebookSearch_G729_32f(const Xvo32f* pSrcGainCoeff, Xvo32f predictedGain,
+                                                    Xvo16s tameFlag, Xvo16s* pDstIndex, Xvo32f* pDstGain);
+
+/** 6.4 kbit/s float form of xvosGainCodebookSearch_G729_32f (Annex D codebooks in float, 6 x 6
+ *  candidates, codes of 3 + 3 bits). Arguments and statuses as the 8 kbit/s form. */
+XVOSC_API XvoStatus xvosGainCodebookSearch_G729D_32f(const Xvo32f* pSrcGainCoeff, Xvo32f predictedGain,
+                                                     Xvo16s tameFlag, Xvo16s* pDstIndex, Xvo32f* pDstGain);
+
 /* ---- Annex B: SID spectral quantisation --------------------------------- */
 
 /** G.729 Annex B SID LSF decoding (the reference sid_lsfq_decode up to the stabilised LSF).
