@@ -30,8 +30,21 @@ struct VAvx2 {
     }
     XVO_SIMD_TARGET static __m128i lo(I v) { return _mm256_castsi256_si128(v); }
     XVO_SIMD_TARGET static __m128i hi(I v) { return _mm256_extracti128_si256(v, 1); }
-    XVO_SIMD_TARGET static int32_t hsum32(I v) { return hsum32x4(_mm_add_epi32(lo(v), hi(v))); }
+    XVO_SIMD_TARGET static __m128i fold(I v) { return _mm_add_epi32(lo(v), hi(v)); }
+    XVO_SIMD_TARGET static int32_t hsum32(I v) { return hsum32x4(fold(v)); }
     XVO_SIMD_TARGET static int64_t hsum64(I v) { return hsum64x2(_mm_add_epi64(lo(v), hi(v))); }
+    XVO_SIMD_TARGET static I pairOf(const int16_t* p) {
+        int32_t v;
+        __builtin_memcpy(&v, p, 4);
+        return _mm256_set1_epi32(v);
+    }
+    XVO_SIMD_TARGET static I unpackLo16(I a, I b) { return _mm256_unpacklo_epi16(a, b); }
+    XVO_SIMD_TARGET static I unpackHi16(I a, I b) { return _mm256_unpackhi_epi16(a, b); }
+    // Per 128-bit half, lo holds elements 0-3 | 8-11 and hi 4-7 | 12-15.
+    XVO_SIMD_TARGET static void storeLags(I lo, I hi, int32_t* dst) {
+        _mm256_store_si256(reinterpret_cast<I*>(dst), _mm256_permute2x128_si256(lo, hi, 0x20));
+        _mm256_store_si256(reinterpret_cast<I*>(dst + 8), _mm256_permute2x128_si256(lo, hi, 0x31));
+    }
     XVO_SIMD_TARGET static I rev(I v) {
         const I words = _mm256_setr_epi8(14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1,
                                          14, 15, 12, 13, 10, 11, 8, 9, 6, 7, 4, 5, 2, 3, 0, 1);

@@ -43,7 +43,7 @@ struct OwnGenericKernels {
     OwnEnergyFn energy;
     OwnXcorrFn xcorrFixed;
     OwnXcorrFn xcorrTrunc;
-    OwnXcorrFn xcorrTrunc160;  ///< truncated form for n == 160 only
+    OwnXcorrFn xcorrTrunc160;  ///< truncated form, n == 160 only
     OwnConvFn conv;
     OwnConvFn conv40;          ///< m0 == 0, count == 40 only
     OwnMaxAbsFn maxAbs;
@@ -77,8 +77,7 @@ constexpr int64_t ownRoundSfs(int64_t s, int sf) {
     return (s + (int64_t(1) << (sf - 1))) >> sf;
 }
 
-/// The exported functions ask for at most this many outputs per kernel call
-/// (the dedicated 160-sample kernel relies on it).
+/// The exported functions ask for at most this many outputs per kernel call.
 inline constexpr int kChunk = 64;
 
 }  // namespace xvo::generic

@@ -38,6 +38,13 @@ __attribute__((target("sse2"))) inline int32_t hsum32x4(__m128i v) {
     v = _mm_add_epi32(v, _mm_shuffle_epi32(v, 0xB1));
     return _mm_cvtsi128_si32(v);
 }
+/// Lane j of the result is the (wrapping) sum of the four lanes of aj.
+__attribute__((target("sse2"))) inline __m128i transposeSum4(__m128i a0, __m128i a1, __m128i a2, __m128i a3) {
+    const __m128i t0 = _mm_unpacklo_epi32(a0, a1), t1 = _mm_unpackhi_epi32(a0, a1);
+    const __m128i t2 = _mm_unpacklo_epi32(a2, a3), t3 = _mm_unpackhi_epi32(a2, a3);
+    return _mm_add_epi32(_mm_add_epi32(_mm_unpacklo_epi64(t0, t2), _mm_unpackhi_epi64(t0, t2)),
+                         _mm_add_epi32(_mm_unpacklo_epi64(t1, t3), _mm_unpackhi_epi64(t1, t3)));
+}
 __attribute__((target("sse2"))) inline int64_t hsum64x2(__m128i v) {
     return _mm_cvtsi128_si64(_mm_add_epi64(v, _mm_unpackhi_epi64(v, v)));
 }
@@ -75,15 +82,33 @@ XVO_SIMD_TARGET inline int64_t finish(typename V::I acc, int64_t nVec) {
     else return V::hsum32(acc);
 }
 
+/// The sums of L accumulators; four narrow ones are reduced together.
+template <class V, bool kWide, int L>
+XVO_SIMD_TARGET inline void finishAll(const typename V::I* acc, int64_t nVec, int64_t* out) {
+    if constexpr (!kWide && L == 4) {
+        const __m128i s = transposeSum4(V::fold(acc[0]), V::fold(acc[1]), V::fold(acc[2]), V::fold(acc[3]));
+        alignas(16) int32_t v[4];
+        _mm_store_si128(reinterpret_cast<__m128i*>(v), s);
+        for (int j = 0; j < 4; ++j) out[j] = v[j];
+    } else {
+        for (int j = 0; j < L; ++j) out[j] = finish<V, kWide>(acc[j], nVec);
+    }
+}
+
 template <class V>
 XVO_SIMD_TARGET int64_t energyV(const int16_t* x, int n) {
+    if (n < V::W) return dotTail(x, x, n);
     typename V::I acc = V::zero();
     int i = 0;
     for (; i + V::W <= n; i += V::W) {
         const typename V::I v = V::loadu(x + i);
         acc = V::addWide64(acc, V::madd(v, v));  // x0^2 + x1^2 <= 2^31: exact as unsigned
     }
-    return V::hsum64(acc) + dotTail(x + i, x + i, n - i);
+    if (i < n) {  // the last block again, its counted lanes masked
+        const typename V::I v = V::andv(V::loadu(x + n - V::W), V::tailMask(n - i));
+        acc = V::addWide64(acc, V::madd(v, v));
+    }
+    return V::hsum64(acc);
 }
 
 /// out[j] = sum_{i=0}^{n-1} x[i]*y[i+j], j = 0..L-1, for n >= W. The last
@@ -103,7 +128,7 @@ XVO_SIMD_TARGET inline void dots(const int16_t* x, const int16_t* y, int n, int6
         for (int j = 0; j < L; ++j) acc[j] = accum<V, kWide>(acc[j], V::madd(xv, V::loadu(y + n - V::W + j)));
         ++nVec;
     }
-    for (int j = 0; j < L; ++j) out[j] = finish<V, kWide>(acc[j], nVec);
+    finishAll<V, kWide, L>(acc, nVec, out);
 }
 
 template <class V, bool kWide>
@@ -135,34 +160,87 @@ XVO_SIMD_TARGET inline void xcorrTruncRun(const int16_t* x, const int16_t* y, in
     for (; k < nLags; ++k) out[k] = k < n ? dotTail(x, y + k, n - k) : 0;
 }
 
+/// Longest block that the truncated form copies between zeros.
+constexpr int kPadMax = 512;
+
+/// dst[0..n-1] = src[0..n-1] followed by 2W zeros.
+template <class V>
+XVO_SIMD_TARGET inline void padCopy(const int16_t* src, int n, int16_t* dst) {
+    if (n < V::W) {
+        for (int i = 0; i < n; ++i) dst[i] = src[i];
+    } else {
+        for (int i = 0; i + V::W <= n; i += V::W) V::storeu(dst + i, V::loadu(src + i));
+        V::storeu(dst + n - V::W, V::loadu(src + n - V::W));
+    }
+    V::storeu(dst + n, V::zero());
+    V::storeu(dst + n + V::W, V::zero());
+}
+
+/// Truncated form of a block copied in front of zeros (xp, yp): lag k runs
+/// over the whole vectors that cover its n - k products, the products past
+/// the end meeting zeros, so there is no remainder and no scalar tail.
+template <class V, bool kWide, int N>
+XVO_SIMD_TARGET inline void truncPaddedRun(const int16_t* xp, const int16_t* yp, int nArg, int nLags, int64_t* out) {
+    const int n = N ? N : nArg;
+    const int valid = nLags < n ? nLags : n;
+    auto cover = [](int m) { return (m + V::W - 1) / V::W * V::W; };
+    int k = 0;
+    for (; k + 4 <= valid; k += 4) dots<V, kWide, 4>(xp, yp + k, cover(n - k), out + k);
+    for (; k < valid; ++k) dots<V, kWide, 1>(xp, yp + k, cover(n - k), out + k);
+    for (; k < nLags; ++k) out[k] = 0;
+}
+
+/// Truncated form of a short padded block with W lags per step: lane l of a
+/// vector holds lag K + l, so no horizontal sum is needed. Each step takes
+/// the sample pair x[i], x[i+1] (broadcast) against the pairs yp[K+i+l],
+/// yp[K+i+l+1]. Narrow sums only (the lanes of one lag are never combined).
+template <class V>
+XVO_SIMD_TARGET inline void truncOuterRun(const int16_t* xp, const int16_t* yp, int n, int nLags, int64_t* out) {
+    const int valid = nLags < n ? nLags : n;
+    for (int k0 = 0; k0 < valid; k0 += V::W) {
+        typename V::I lo = V::zero(), hi = V::zero();
+        for (int i = 0; i < n - k0; i += 2) {
+            const typename V::I xx = V::pairOf(xp + i);
+            const typename V::I a = V::loadu(yp + k0 + i), b = V::loadu(yp + k0 + i + 1);
+            lo = V::add32(lo, V::madd(V::unpackLo16(a, b), xx));
+            hi = V::add32(hi, V::madd(V::unpackHi16(a, b), xx));
+        }
+        alignas(32) int32_t lag[V::W];
+        V::storeLags(lo, hi, lag);
+        for (int l = 0; l < V::W && k0 + l < valid; ++l) out[k0 + l] = lag[l];
+    }
+    for (int k = valid; k < nLags; ++k) out[k] = 0;
+}
+
+/// Truncated form for n <= kPadMax; N = 160 is the dedicated frame length.
+template <class V, int N>
+XVO_SIMD_TARGET void xcorrTruncPadded(const int16_t* x, const int16_t* y, int nArg, int nLags, int64_t* out) {
+    const int n = N ? N : nArg;
+    // Reads reach xp[n + W - 1] and yp[n + W + 1].
+    alignas(32) int16_t xbuf[kPadMax + 2 * V::W];
+    alignas(32) int16_t ybuf[kPadMax + 2 * V::W];
+    padCopy<V>(x, n, xbuf);
+    const int16_t* yp = xbuf;
+    if (y != x) {
+        padCopy<V>(y, n, ybuf);
+        yp = ybuf;
+    }
+    const int64_t ex = energyV<V>(x, n);
+    const int64_t ey = x == y ? ex : energyV<V>(y, n);
+    // Short blocks with many lags spend most of their time in horizontal sums: then one lag per lane.
+    const bool outer = N == 0 && n < 6 * V::W && nLags >= V::W;
+    if (ownFits32(ex, ey) && outer) truncOuterRun<V>(xbuf, yp, n, nLags, out);
+    else if (ownFits32(ex, ey)) truncPaddedRun<V, false, N>(xbuf, yp, n, nLags, out);
+    else truncPaddedRun<V, true, N>(xbuf, yp, n, nLags, out);
+}
+
 template <class V>
 XVO_SIMD_TARGET void xcorrTruncV(const int16_t* x, const int16_t* y, int n, int nLags, int64_t* out) {
+    if (n <= kPadMax) return xcorrTruncPadded<V, 0>(x, y, n, nLags, out);
     const int64_t ex = energyV<V>(x, n);
     const int64_t ey = x == y ? ex : energyV<V>(y, n);
     if (ownFits32(ex, ey)) xcorrTruncRun<V, false>(x, y, n, nLags, out);
     else xcorrTruncRun<V, true>(x, y, n, nLags, out);
-}
-
-/// Truncated form for n == 160: y is copied behind zeros so that every lag
-/// becomes the fixed form over whole blocks (160 is a multiple of 8 and 16).
-template <class V>
-XVO_SIMD_TARGET void xcorrTrunc160V(const int16_t* x, const int16_t* y, int, int nLags, int64_t* out) {
-    constexpr int N = 160;
-    alignas(32) int16_t yp[N + kChunk];
-    for (int i = 0; i < N; ++i) yp[i] = y[i];
-    for (int i = N; i < N + kChunk; ++i) yp[i] = 0;
-    const int64_t ex = energyV<V>(x, N);
-    const int64_t ey = x == y ? ex : energyV<V>(y, N);
-    const bool wide = !ownFits32(ex, ey);
-    int k = 0;
-    for (; k + 4 <= nLags; k += 4) {
-        if (wide) dots<V, true, 4>(x, yp + k, N, out + k);
-        else dots<V, false, 4>(x, yp + k, N, out + k);
-    }
-    for (; k < nLags; ++k) {
-        if (wide) dots<V, true, 1>(x, yp + k, N, out + k);
-        else dots<V, false, 1>(x, yp + k, N, out + k);
-    }
 }
 
 /// out[j] = sum_{i=0}^{m} a[i]*b[m+j-i], j = 0..L-1, for m+1 >= W. Each block
@@ -183,7 +261,7 @@ XVO_SIMD_TARGET inline void convDots(const int16_t* a, const int16_t* b, int m, 
         for (int j = 0; j < L; ++j) acc[j] = accum<V, kWide>(acc[j], V::madd(ar, V::loadu(b + j)));
         ++nVec;
     }
-    for (int j = 0; j < L; ++j) out[j] = finish<V, kWide>(acc[j], nVec);
+    finishAll<V, kWide, L>(acc, nVec, out);
 }
 
 inline int64_t convTail(const int16_t* a, const int16_t* b, int m, int from) {
@@ -227,7 +305,7 @@ XVO_SIMD_TARGET inline void conv40Run(const int16_t* ap, const int16_t* bp, int6
             const typename V::I ar = V::rev(V::loadu(ap + i));
             for (int j = 0; j < 4; ++j) acc[j] = accum<V, kWide>(acc[j], V::madd(ar, V::loadu(bp + m + j - i - W + 1)));
         }
-        for (int j = 0; j < 4; ++j) out[m + j] = finish<V, kWide>(acc[j], blocks);
+        finishAll<V, kWide, 4>(acc, blocks, out + m);
     }
 }
 
@@ -279,7 +357,7 @@ XVO_SIMD_TARGET void shiftV(const int16_t* src, int16_t* dst, int n, int left) {
 
 template <class V>
 constexpr OwnGenericKernels makeTable(OwnCpuLevel level) {
-    return {level,         &energyV<V>, &xcorrFixedV<V>, &xcorrTruncV<V>, &xcorrTrunc160V<V>,
+    return {level,         &energyV<V>, &xcorrFixedV<V>, &xcorrTruncV<V>, &xcorrTruncPadded<V, 160>,
             &convV<V>,     &conv40V<V>, &maxAbsV<V>,     &shiftV<V>};
 }
 

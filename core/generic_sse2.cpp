@@ -29,8 +29,23 @@ struct VSse2 {
         const I z = _mm_setzero_si128();
         return _mm_add_epi64(acc, _mm_add_epi64(_mm_unpacklo_epi32(p, z), _mm_unpackhi_epi32(p, z)));
     }
+    /// The vector folded to four 32-bit lanes with the same wrapping sum.
+    XVO_SIMD_TARGET static __m128i fold(I v) { return v; }
     XVO_SIMD_TARGET static int32_t hsum32(I v) { return hsum32x4(v); }
     XVO_SIMD_TARGET static int64_t hsum64(I v) { return hsum64x2(v); }
+    /// The 32-bit pair p[0], p[1] in every lane.
+    XVO_SIMD_TARGET static I pairOf(const int16_t* p) {
+        int32_t v;
+        __builtin_memcpy(&v, p, 4);
+        return _mm_set1_epi32(v);
+    }
+    XVO_SIMD_TARGET static I unpackLo16(I a, I b) { return _mm_unpacklo_epi16(a, b); }
+    XVO_SIMD_TARGET static I unpackHi16(I a, I b) { return _mm_unpackhi_epi16(a, b); }
+    /// The W lanes of madd(unpackLo16(a, b), .) and madd(unpackHi16(a, b), .) in element order of a.
+    XVO_SIMD_TARGET static void storeLags(I lo, I hi, int32_t* dst) {
+        _mm_store_si128(reinterpret_cast<I*>(dst), lo);
+        _mm_store_si128(reinterpret_cast<I*>(dst + 4), hi);
+    }
     XVO_SIMD_TARGET static I rev(I v) {
         v = _mm_shuffle_epi32(v, 0x4E);
         return _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, 0x1B), 0x1B);

@@ -60,7 +60,7 @@ TEST(GenericSimd, CorrelationsEqualScalar) {
     const auto& ref = kGenericScalar;
     for (const auto* k : vectorTables())
         for (int s = 0; s < 6; ++s)
-            for (int n : {1, 7, 8, 9, 15, 16, 17, 31, 40, 64, 80, 143, 160, 161, 240})
+            for (int n : {1, 7, 8, 9, 15, 16, 17, 31, 40, 64, 80, 143, 160, 161, 240, 512, 513, 700})
                 for (int lags : {1, 3, 4, 5, 11, 64}) {
                     const auto x = signal(kShapes[s], n + lags, 11 + n);
                     const auto y = signal(kShapes[s], n + lags, 97 + lags);
