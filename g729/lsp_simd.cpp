@@ -1,9 +1,12 @@
 // Vector twins of the two hot loops of the G.729 line-spectral family:
 // the first-stage LSF codebook distances (128 entries x 10) and the
 // Chebyshev evaluations of the root finder at the grid points. The scalar
-// forms define the results; the AVX2 forms reproduce every saturation of
-// the reference operators lane by lane and are tested equal to them.
-#include <immintrin.h>
+// forms define the results; the SSE4.1 and AVX2 forms reproduce every
+// saturation of the reference operators lane by lane and are tested equal
+// to them.
+// The helpers below pass vectors by value between inline functions of one
+// instruction set; the note on the AVX calling convention does not apply.
+#pragma GCC diagnostic ignored "-Wpsabi"
 
 #include "core/fixed.h"
 #include "g729/g729_tables.h"
@@ -33,128 +36,166 @@ void chebGridScalar(const int16_t* x, int n, const int16_t* f, int shift, bool q
     for (int i = 0; i < n; ++i) y[i] = ownChebpsExact_16s(x[i], f, shift, q23);
 }
 
-// ---- AVX2 ----------------------------------------------------------------------
+// ---- vector forms -----------------------------------------------------------------
+//
+// One body for every width, written with the compiler's vector types: N lanes
+// of 32 bits (4 for SSE4.1, 8 for AVX2). Sums that may wrap are formed on
+// the unsigned type; every saturation of the reference operators is rebuilt
+// from a wrap test and a select.
 
-#define XVO_AVX2 __attribute__((target("avx2")))
+#define XVO_VINLINE __attribute__((always_inline)) inline
 
-/// Saturating a + b (L_add).
-XVO_AVX2 inline __m256i addSat(__m256i a, __m256i b) {
-    const __m256i r = _mm256_add_epi32(a, b);
-    const __m256i ov = _mm256_srai_epi32(_mm256_and_si256(_mm256_xor_si256(a, r), _mm256_xor_si256(b, r)), 31);
-    const __m256i sat = _mm256_xor_si256(_mm256_srai_epi32(a, 31), _mm256_set1_epi32(0x7fffffff));
-    return _mm256_blendv_epi8(r, sat, ov);
-}
-
-/// Saturating a - b (L_sub).
-XVO_AVX2 inline __m256i subSat(__m256i a, __m256i b) {
-    const __m256i r = _mm256_sub_epi32(a, b);
-    const __m256i ov = _mm256_srai_epi32(_mm256_and_si256(_mm256_xor_si256(a, b), _mm256_xor_si256(a, r)), 31);
-    const __m256i sat = _mm256_xor_si256(_mm256_srai_epi32(a, 31), _mm256_set1_epi32(0x7fffffff));
-    return _mm256_blendv_epi8(r, sat, ov);
-}
-
-/// Saturating a << n for 1 <= n <= 15 (L_shl).
 template <int N>
-XVO_AVX2 inline __m256i shlSat(__m256i a) {
-    const __m256i r = _mm256_slli_epi32(a, N);
-    const __m256i ok = _mm256_cmpeq_epi32(_mm256_srai_epi32(r, N), a);
-    const __m256i sat = _mm256_xor_si256(_mm256_srai_epi32(a, 31), _mm256_set1_epi32(0x7fffffff));
-    return _mm256_blendv_epi8(sat, r, ok);
+struct Lanes {
+    typedef int32_t S __attribute__((vector_size(4 * N)));
+    typedef uint32_t U __attribute__((vector_size(4 * N)));
+    typedef int16_t H __attribute__((vector_size(2 * N)));
+};
+
+/// The saturated value of the sign of a: 0x7fffffff or 0x80000000.
+template <class S>
+XVO_VINLINE S satOf(const S& a) { return (a >> 31) ^ 0x7fffffff; }
+
+/// L_add.
+template <class S, class U>
+XVO_VINLINE S addSat(const S& a, const S& b) {
+    const S r = (S)((U)a + (U)b);
+    return (((a ^ r) & (b ^ r)) < 0) ? satOf(a) : r;
+}
+
+/// L_sub.
+template <class S, class U>
+XVO_VINLINE S subSat(const S& a, const S& b) {
+    const S r = (S)((U)a - (U)b);
+    return (((a ^ b) & (a ^ r)) < 0) ? satOf(a) : r;
+}
+
+/// L_shl by a constant 1..15.
+template <int K, class S, class U>
+XVO_VINLINE S shlSat(const S& a) {
+    const S r = (S)((U)a << K);
+    return ((r >> K) == a) ? r : satOf(a);
 }
 
 /// L_mult of 16-bit values held in 32-bit lanes.
-XVO_AVX2 inline __m256i lmult(__m256i a, __m256i b) {
-    const __m256i p = _mm256_mullo_epi32(a, b);
-    const __m256i big = _mm256_cmpeq_epi32(p, _mm256_set1_epi32(0x40000000));
-    return _mm256_blendv_epi8(_mm256_slli_epi32(p, 1), _mm256_set1_epi32(0x7fffffff), big);
+template <class S, class U>
+XVO_VINLINE S lmult(const S& a, const S& b) {
+    const S p = a * b;
+    return (p == 0x40000000) ? S{} + 0x7fffffff : (S)((U)p << 1);
 }
 
-/// Mpy_32_16(hi, lo, x): L_mac(L_mult(hi, x), mult(lo, x), 1), lo in 0..32767.
-XVO_AVX2 inline __m256i mpy32x16(__m256i hi, __m256i lo, __m256i x) {
-    const __m256i m = _mm256_srai_epi32(_mm256_mullo_epi32(lo, x), 15);
-    return addSat(lmult(hi, x), _mm256_slli_epi32(m, 1));
+/// Mpy_32_16(hi, lo, x) = L_mac(L_mult(hi, x), mult(lo, x), 1), lo in 0..32767.
+template <class S, class U>
+XVO_VINLINE S mpy32x16(const S& hi, const S& lo, const S& x) {
+    return addSat<S, U>(lmult<S, U>(hi, x), ((lo * x) >> 15) * 2);
 }
 
-template <bool Q23>
-XVO_AVX2 void chebGridAvx2T(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y) {
+template <int N, bool Q23>
+XVO_VINLINE void chebGridBody(const int16_t* x, int n, const int16_t* f, int shift, int16_t* y) {
+    using S = typename Lanes<N>::S;
+    using U = typename Lanes<N>::U;
+    using H = typename Lanes<N>::H;
     const int16_t fmul = static_cast<int16_t>(1 << shift);
-    const int16_t fhalf = static_cast<int16_t>(1 << (shift - 1));
-    __m256i fterm[6];
-    for (int i = 1; i < 5; ++i) fterm[i] = _mm256_set1_epi32(fx::L_mult(f[i], fmul));
-    fterm[5] = _mm256_set1_epi32(fx::L_mult(f[5], fhalf));
-    const __m256i minus32768 = _mm256_set1_epi32(-32768);
-    const __m256i mask15 = _mm256_set1_epi32(0x7fff);
-    // Four independent groups of 8 points per pass: the recursion is one long
-    // dependency chain, so the groups run interleaved.
-    constexpr int G = 4;
-    for (int k = 0; k < n; k += 8 * G) {
-        __m256i xv[G], b2h[G], b2l[G], b1h[G], b1l[G], t[G];
+    S fterm[6];
+    for (int i = 1; i < 5; ++i) fterm[i] = S{} + fx::L_mult(f[i], fmul);
+    fterm[5] = S{} + fx::L_mult(f[5], static_cast<int16_t>(fmul >> 1));
+    // G independent groups per pass: the recursion is one long dependency
+    // chain, so the groups run interleaved.
+    constexpr int G = 32 / N;
+    for (int k = 0; k < n; k += N * G) {
+        S xv[G], b2h[G], b2l[G], b1h[G], b1l[G], t[G];
         for (int g = 0; g < G; ++g) {
-            const int at = k + 8 * g < n ? k + 8 * g : k;  // a short tail repeats the first group
-            xv[g] = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(x + at)));
-            b2h[g] = _mm256_set1_epi32(Q23 ? 128 : 256);
-            b2l[g] = _mm256_setzero_si256();
-            t[g] = addSat(_mm256_slli_epi32(xv[g], Q23 ? 9 : 10), fterm[1]);  // L_mult(x, 512 or 256) + f1
-            b1h[g] = _mm256_srai_epi32(t[g], 16);
-            b1l[g] = _mm256_and_si256(_mm256_srai_epi32(t[g], 1), mask15);
+            const int at = k + N * g < n ? k + N * g : k;  // a short tail repeats the first group
+            H h;
+            __builtin_memcpy(&h, x + at, sizeof h);
+            xv[g] = __builtin_convertvector(h, S);
+            b2h[g] = S{} + (Q23 ? 128 : 256);
+            b2l[g] = S{};
+            t[g] = addSat<S, U>(xv[g] * (Q23 ? 512 : 1024), fterm[1]);  // L_mult(x, 256 or 512) + f1
+            b1h[g] = t[g] >> 16;
+            b1l[g] = (t[g] >> 1) & 0x7fff;
         }
         for (int i = 2; i < 5; ++i)
             for (int g = 0; g < G; ++g) {
-                __m256i u = shlSat<1>(mpy32x16(b1h[g], b1l[g], xv[g]));
-                u = addSat(u, lmult(b2h[g], minus32768));
-                u = subSat(u, _mm256_slli_epi32(b2l[g], 1));
-                u = addSat(u, fterm[i]);
+                S u = shlSat<1, S, U>(mpy32x16<S, U>(b1h[g], b1l[g], xv[g]));
+                u = addSat<S, U>(u, lmult<S, U>(b2h[g], S{} - 32768));
+                u = subSat<S, U>(u, b2l[g] * 2);
+                u = addSat<S, U>(u, fterm[i]);
                 b2h[g] = b1h[g];
                 b2l[g] = b1l[g];
-                b1h[g] = _mm256_srai_epi32(u, 16);
-                b1l[g] = _mm256_and_si256(_mm256_srai_epi32(u, 1), mask15);
+                b1h[g] = u >> 16;
+                b1l[g] = (u >> 1) & 0x7fff;
             }
-        for (int g = 0; g < G; ++g) {
-            __m256i u = mpy32x16(b1h[g], b1l[g], xv[g]);
-            u = addSat(u, lmult(b2h[g], minus32768));
-            u = subSat(u, _mm256_slli_epi32(b2l[g], 1));
-            u = addSat(u, fterm[5]);
-            t[g] = _mm256_srai_epi32(shlSat<Q23 ? 7 : 6>(u), 16);
-        }
-        for (int g = 0; g < G && k + 8 * g < n; ++g) {
-            const __m128i packed = _mm_packs_epi32(_mm256_castsi256_si128(t[g]), _mm256_extracti128_si256(t[g], 1));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(y + k + 8 * g), packed);
+        for (int g = 0; g < G && k + N * g < n; ++g) {
+            S u = mpy32x16<S, U>(b1h[g], b1l[g], xv[g]);
+            u = addSat<S, U>(u, lmult<S, U>(b2h[g], S{} - 32768));
+            u = subSat<S, U>(u, b2l[g] * 2);
+            u = addSat<S, U>(u, fterm[5]);
+            const H h = __builtin_convertvector(shlSat<Q23 ? 7 : 6, S, U>(u) >> 16, H);
+            __builtin_memcpy(y + k + N * g, &h, sizeof h);
         }
     }
 }
 
-XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
-    if (q23) chebGridAvx2T<true>(x, n, f, shift, y);
-    else chebGridAvx2T<false>(x, n, f, shift, y);
+template <int N>
+XVO_VINLINE void chebGridVec(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
+    if (q23) chebGridBody<N, true>(x, n, f, shift, y);
+    else chebGridBody<N, false>(x, n, f, shift, y);
 }
 
-XVO_AVX2 void dist1Avx2(const int16_t* r, int32_t* d) {
-    __m256i rp[5];
-    for (int p = 0; p < 5; ++p)
-        rp[p] = _mm256_set1_epi32(static_cast<int32_t>((static_cast<uint32_t>(static_cast<uint16_t>(r[2 * p + 1])) << 16) |
-                                                       static_cast<uint16_t>(r[2 * p])));
-    const __m256i cap = _mm256_set1_epi32(static_cast<int32_t>(kDistCap));
-    for (int i = 0; i < kNC0; i += 8) {
-        __m256i s = _mm256_setzero_si256();
+/// First-stage distances from the pair-packed codebook: per entry the 16-bit
+/// saturated differences, their squares, summed with the cap (every partial
+/// sum stays below 2^31 + 2^30, so the unsigned sum cannot wrap).
+template <int N>
+XVO_VINLINE void dist1Vec(const int16_t* r, int32_t* d) {
+    using S = typename Lanes<N>::S;
+    using U = typename Lanes<N>::U;
+    for (int i = 0; i < kNC0; i += N) {
+        U s{};
         for (int p = 0; p < 5; ++p) {
-            const __m256i cb = _mm256_load_si256(reinterpret_cast<const __m256i*>(&kLspcb1Pairs[p][i]));
-            const __m256i dv = _mm256_subs_epi16(rp[p], cb);
-            // d0^2 + d1^2 <= 2^31 read as unsigned; s <= 2^30, so the sum stays below 2^32
-            s = _mm256_min_epu32(_mm256_add_epi32(s, _mm256_madd_epi16(dv, dv)), cap);
+            S w;
+            __builtin_memcpy(&w, &kLspcb1Pairs[p][i], sizeof w);
+            const S halves[2] = {(S)((U)w << 16) >> 16, w >> 16};  // entries 2p and 2p+1
+            for (int h = 0; h < 2; ++h) {
+                S t = (S{} + r[2 * p + h]) - halves[h];
+                t = t > 32767 ? S{} + 32767 : t;
+                t = t < -32768 ? S{} - 32768 : t;
+                s += (U)(t * t);
+                s = s < kDistCap ? s : U{} + kDistCap;
+            }
         }
-        _mm256_store_si256(reinterpret_cast<__m256i*>(d + i), s);
+        __builtin_memcpy(d + i, &s, sizeof s);
     }
 }
+
+#define XVO_SSE41 __attribute__((target("sse4.1")))
+#define XVO_AVX2 __attribute__((target("avx2")))
+
+XVO_SSE41 void chebGridSse41(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
+    chebGridVec<4>(x, n, f, shift, q23, y);
+}
+XVO_SSE41 void dist1Sse41(const int16_t* r, int32_t* d) { dist1Vec<4>(r, d); }
+XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
+    chebGridVec<8>(x, n, f, shift, q23, y);
+}
+XVO_AVX2 void dist1Avx2(const int16_t* r, int32_t* d) { dist1Vec<8>(r, d); }
 
 #undef XVO_AVX2
+#undef XVO_SSE41
+#undef XVO_VINLINE
 
 constexpr OwnLspKernels kScalar{dist1Scalar, chebGridScalar};
+constexpr OwnLspKernels kSse41{dist1Sse41, chebGridSse41};
 constexpr OwnLspKernels kAvx2{dist1Avx2, chebGridAvx2};
 
 }  // namespace
 
 const OwnLspKernels& ownLspKernelsFor(OwnCpuLevel level) {
-    return level == OwnCpuLevel::AVX2 ? kAvx2 : kScalar;
+    switch (level) {
+        case OwnCpuLevel::AVX2: return kAvx2;
+        case OwnCpuLevel::SSE41: return kSse41;
+        default: return kScalar;  // SSE2 lacks the 32-bit multiply and unsigned minimum
+    }
 }
 
 const OwnLspKernels& ownLspKernels() {
