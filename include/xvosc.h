@@ -776,6 +776,80 @@ XVOSC_API XvoStatus xvosGainControl_G729A_16s_I(const Xvo16s* pSrc, Xvo16s* pSrc
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosGainControl_G729_32f_I(const Xvo32f* pSrc, Xvo32f* pSrcDst, Xvo32f* pSrcDstGain);
 
+/* ---- Postfilter stages -------------------------------------------------- */
+/*
+ * The G.729 postfilter of one 40-sample subframe chains: the residual of the
+ * synthesis through A(z/0.55) (kept by the caller with its history), the
+ * long-term filter, the short-term filter 1/A(z/0.7) with gain
+ * normalisation, the tilt compensation, then xvosGainControl_G729_16s_I.
+ */
+
+/** G.729 long-term (harmonic) postfilter (the reference pst_ltp): the integer delay of best
+ *  correlation among delay-1..delay+1, refined to 1/8 sample with the short and long interpolation
+ *  filters; the filter H(z) = (1 + g z^-T) / (1 + g) with g = 0.5 * the LTP gain (at most 1) is
+ *  applied only when the normalised correlation exceeds 0.5.
+ *  @param delay           in: the decoded integer pitch delay, 1..143.
+ *  @param pSrcResidual    in: 192 samples: 152 past samples of the A(z/0.55) residual, then the 40
+ *                         of the subframe.
+ *  @param pDstFltResidual out: 40 filtered samples.
+ *  @param pDstVoicing     out: the delay used (0 when the filter is off).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when delay is outside 1..143; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLongTermPostFilter_G729_16s(Xvo16s delay, const Xvo16s* pSrcResidual, Xvo16s* pDstFltResidual,
+                                                    Xvo16s* pDstVoicing);
+
+/** The Annex B form of xvosLongTermPostFilter_G729_16s: the filter runs on active-speech frames
+ *  (frameType 1); for SID and untransmitted frames (any other value) the residual is copied and the
+ *  voicing is 0.
+ *  @param frameType in: the frame type of the Annex B decoder (1 = speech).
+ *  Other arguments and statuses as xvosLongTermPostFilter_G729_16s. */
+XVOSC_API XvoStatus xvosLongTermPostFilter_G729B_16s(Xvo16s delay, const Xvo16s* pSrcResidual,
+                                                     Xvo16s* pDstFltResidual, Xvo16s* pDstVoicing, Xvo16s frameType);
+
+/** G.729A pitch postfilter (the Annex A pit_pst_filt): the delay of greatest correlation of the
+ *  residual/4 in delay-3..delay+3 (clipped to 143); off when the prediction gain is below 3 dB;
+ *  otherwise out = g0 * x + g * x(n-T) with g = 0.5 cor/(0.5 cor + ener) (1/3 when the pitch gain
+ *  exceeds 1).
+ *  @param delay           in: the decoded integer pitch delay, 3..146.
+ *  @param pSrcResidual    in: 183 samples: 143 past samples of the residual, then the 40 of the subframe.
+ *  @param pDstFltResidual out: 40 samples.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when delay is outside 3..146; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLongTermPostFilter_G729A_16s(Xvo16s delay, const Xvo16s* pSrcResidual,
+                                                     Xvo16s* pDstFltResidual);
+
+/** G.729 short-term postfilter stage (the reference calc_st_filt and its 1/A(z/0.7) filtering): the
+ *  impulse response of A(z/0.55)/A(z/0.7) truncated to 20 samples gives the first reflection
+ *  coefficient (for the tilt) and the gain g0 = sum |h|; the input is scaled by 1/g0 when g0 > 1
+ *  and filtered by 1/A(z/0.7).
+ *  @param pSrcLPC         in: a[11] of the subframe, Q12.
+ *  @param pSrcFltResidual in: 40 samples from the long-term stage.
+ *  @param pSrcDstMemory   in/out: 10 past outputs of 1/A(z/0.7), oldest first (zero at start).
+ *  @param pDstParcor0     out: the first reflection coefficient, Q15.
+ *  @param pDstSignal      out: 40 samples (may alias pSrcFltResidual).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosShortTermPostFilter_G729_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcFltResidual,
+                                                     Xvo16s* pSrcDstMemory, Xvo16s* pDstParcor0,
+                                                     Xvo16s* pDstSignal);
+
+/** G.729 tilt compensation (the reference filt_mu): y(n) = (x(n) + mu x(n-1)) / (1 - |mu|) with
+ *  mu = 0.2 k1 when k1 > 0, else 0.9 k1, saturated to 16 bits.
+ *  @param parcor0 in: k1 from xvosShortTermPostFilter_G729_16s, Q15.
+ *  @param pSrc    in: 41 samples: the last output of the previous subframe's 1/A(z/0.7) filter
+ *                 (the memory's newest value before the short-term call), then the 40 of the subframe.
+ *  @param pDst    out: 40 samples (may alias pSrc + 1).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosTiltCompensation_G729_16s(Xvo16s parcor0, const Xvo16s* pSrc, Xvo16s* pDst);
+
+/** Floating-point LPC synthesis filter 1/A(z) of order 10 (the floating-point reference syn_filt):
+ *  y(n) = x(n) - sum_{j=1..10} a[j] y(n-j).
+ *  @param pSrcLPC       in: a[11] (a[0] is not read).
+ *  @param pSrc          in: len samples.
+ *  @param pDst          out: len samples (may alias pSrc).
+ *  @param len           in: number of samples, >= 1.
+ *  @param pSrcDstMemory in/out: the 10 last outputs, oldest first.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosSynthesisFilter_G729_32f(const Xvo32f* pSrcLPC, const Xvo32f* pSrc, Xvo32f* pDst, int len,
+                                                 Xvo32f* pSrcDstMemory);
+
 /* ---- Encoder gains ------------------------------------------------------ */
 
 /** Adaptive-codebook gain of a 40-sample subframe (the reference G_pitch): g = <xn,y1>/<y1,y1>
