@@ -56,7 +56,10 @@ XVO_G726_TGT XVO_G726_INLINE int olderTerms(__m128i coef, __m128i older) {
 template <int R>
 XVO_G726_TGT XVO_G726_INLINE int update(Work& w, Lanes& v, int code, int y, int se, int sez) {
     constexpr int kLeak = R == 3 ? 9 : 8;
-    const SampleUpdate u = adaptScalar<R>(w, code, y, se, sez, v.a1, v.a2);
+    const CodeInfo ci = kCodeTable.code[R][code];
+    const int dql = ci.dqln + (y >> 2);
+    const uint32_t dq = kDqTable[dql < 0 ? 0 : dql + 1];  // magnitude, and its float above
+    const SampleUpdate u = adaptScalar<R>(w, ci, code, static_cast<int>(dq & 0xffff), y, se, sez, v.a1, v.a2);
     // b(k): leak, and +-128 towards sign agreement of dq and dq(k) when dq is not zero.
     const int16_t sgn = static_cast<int16_t>(-u.dqs);
     const __m128i differ = _mm_srai_epi16(_mm_xor_si128(_mm_slli_epi16(v.flt, 5), _mm_set1_epi16(sgn)), 15);
@@ -64,7 +67,7 @@ XVO_G726_TGT XVO_G726_INLINE int update(Work& w, Lanes& v, int code, int y, int 
     const __m128i delta = _mm_sub_epi16(_mm_xor_si128(_mm_set1_epi16(static_cast<int16_t>(step)), differ), differ);
     const __m128i b = _mm_sub_epi16(_mm_add_epi16(v.coef, delta), _mm_srai_epi16(v.coef, kLeak));
     const int b1 = fx::wrap16(v.b1 + ((((v.dq1 >> 10) ^ u.dqs) & 1) ? -step : step) - (v.b1 >> kLeak));
-    const int dqf = dqFloat(u);
+    const int dqf = (u.dqs << 10) | static_cast<int>(dq >> 16);
     v.flt = _mm_insert_epi16(_mm_and_si128(_mm_slli_si128(v.flt, 2), _mm_set_epi16(0, 0, -1, -1, -1, -1, -1, 0)),
                              dqf, 0);
     v.dq1 = dqf;

@@ -24,17 +24,6 @@ namespace {
 XVO_G726_INLINE int lim(int x, int lo, int hi) { return x < lo ? lo : (x > hi ? hi : x); }
 XVO_G726_INLINE int absv(int x) { return x < 0 ? -x : x; }
 
-/// Number of significant bits of x (0 for 0).
-XVO_G726_INLINE int bitLength(uint32_t x) { return x ? 32 - __builtin_clz(x) : 0; }
-
-/// 11-bit floating form of a magnitude 0..32767 (G.726 FLOATA / FLOATB):
-/// exponent = bit length, 6-bit mantissa with its leading one; 0 is 0 << 6 | 32.
-XVO_G726_INLINE int toFloat(int mag) {
-    const int e = bitLength(static_cast<uint32_t>(mag));
-    const int m = mag ? (mag << 6) >> e : 32;
-    return (e << 6) | m;
-}
-
 /// Floating product of a Q14 predictor coefficient and a delay-line value
 /// (G.726 FMULT). The coefficient keeps 13 magnitude bits (Q12), is
 /// normalised to a 6-bit mantissa, multiplied with rounding (+48 >> 4) and
@@ -81,27 +70,24 @@ struct SampleUpdate {
     bool tr;    // transition: clear the predictor
 };
 
-/// The scalar part of a sample once its code is known (G.726 4.2.3-4.2.7):
-/// inverse quantiser, transition detector, scale-factor and speed-control
-/// adaptation, reconstruction, pole-predictor update and tone detector. a1 and
-/// a2 are the pole coefficients in use. Updates every scalar field of w; the
-/// caller updates b1..b6, the coefficients' reset on a transition and the
-/// delay lines.
+/// The scalar part of a sample once its code and the magnitude of its
+/// quantised difference dq are known (G.726 4.2.4-4.2.7): transition
+/// detector, scale-factor and speed-control adaptation, reconstruction,
+/// pole-predictor update and tone detector. a1 and a2 are the pole
+/// coefficients in use. Updates every scalar field of w; the caller updates
+/// b1..b6, the coefficients' reset on a transition and the delay lines.
 template <int R>
-XVO_G726_INLINE SampleUpdate adaptScalar(Work& w, int code, int y, int se, int sez, int a1, int a2) {
-    const CodeInfo ci = kCodeTable.code[R][code];
+XVO_G726_INLINE SampleUpdate adaptScalar(Work& w, const CodeInfo& ci, int code, int dqmag, int y, int se, int sez,
+                                         int a1, int a2) {
     SampleUpdate u;
     u.dqs = code >> (kBits[R] - 1);
-
-    // Inverse quantiser: antilog of dqln + y/4 (negative logs give 0).
-    const int dql = ci.dqln + (y >> 2);
-    u.dqmag = dql < 0 ? 0 : (((dql & 127) + 128) << 7) >> (14 - ((dql >> 7) & 15));
-    const int dq = u.dqs ? -u.dqmag : u.dqmag;
+    u.dqmag = dqmag;
+    const int dq = u.dqs ? -dqmag : dqmag;
 
     // Transition detector, on the scale factor and tone flag of the last sample.
     const int ylint = w.yl >> 15;
     const int thr = ylint > 9 ? 31744 : (((w.yl >> 10) & 31) + 32) << ylint;
-    u.tr = w.td && u.dqmag > ((thr + (thr >> 1)) >> 1);
+    u.tr = w.td && dqmag > ((thr + (thr >> 1)) >> 1);
 
     // Scale factors: the fast one limited to 544..5120, the slow one follows it.
     const int yu = lim(y + ((ci.w - y) >> 5), 544, 5120);
@@ -143,6 +129,14 @@ XVO_G726_INLINE SampleUpdate adaptScalar(Work& w, int code, int y, int se, int s
     w.pk2 = w.pk1;
     w.pk1 = pk0;
     return u;
+}
+
+/// adaptScalar with the inverse quantiser (G.726 RECONST, ADDA, ANTILOG)
+/// computed from the code.
+template <int R>
+XVO_G726_INLINE SampleUpdate adaptScalar(Work& w, int code, int y, int se, int sez, int a1, int a2) {
+    const CodeInfo ci = kCodeTable.code[R][code];
+    return adaptScalar<R>(w, ci, code, antilog(ci.dqln + (y >> 2)), y, se, sez, a1, a2);
 }
 
 /// The floating form of dq and of sr with their signs on top (bit 10).

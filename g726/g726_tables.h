@@ -114,6 +114,46 @@ constexpr CodeTable makeCodeTable() {
 inline constexpr CodeTable kCodeTable = makeCodeTable();
 
 // ---------------------------------------------------------------------------
+// Inverse quantiser (G.726 ANTILOG) and the 11-bit floating format (FLOATA).
+// ---------------------------------------------------------------------------
+
+// Internal linkage: every kernel compiles its own copy for its instruction set.
+namespace {
+
+/// Number of significant bits of x (0 for 0).
+constexpr int bitLength(uint32_t x) { return x ? 32 - __builtin_clz(x) : 0; }
+
+/// Magnitude of dq from its log dql (G.726 ANTILOG; negative logs give 0).
+constexpr int antilog(int dql) {
+    return dql < 0 ? 0 : (((dql & 127) + 128) << 7) >> (14 - ((dql >> 7) & 15));
+}
+
+/// 11-bit floating form of a magnitude 0..32767 (G.726 FLOATA / FLOATB):
+/// exponent = bit length, 6-bit mantissa with its leading one; 0 is 0 << 6 | 32.
+constexpr int toFloat(int mag) {
+    const int e = bitLength(static_cast<uint32_t>(mag));
+    return (e << 6) | (mag ? (mag << 6) >> e : 32);
+}
+
+}  // namespace
+
+/// dql reaches at most 566 + 5120/4 = 1846 (exponent 14); every negative dql
+/// acts as -1.
+inline constexpr int kDqlMax = 1919;
+
+/// Per dql + 1 (0 for any negative dql): the magnitude of dq in the low 16
+/// bits and its floating form in the high 16 bits.
+constexpr std::array<uint32_t, kDqlMax + 2> makeDqTable() {
+    std::array<uint32_t, kDqlMax + 2> t{};
+    for (int i = 0; i <= kDqlMax + 1; ++i) {
+        const int mag = antilog(i - 1);
+        t[i] = static_cast<uint32_t>(mag) | static_cast<uint32_t>(toFloat(mag)) << 16;
+    }
+    return t;
+}
+inline constexpr auto kDqTable = makeDqTable();
+
+// ---------------------------------------------------------------------------
 // G.711 (ITU-T G.711 Tables 1 and 2): expansion of every byte to 16-bit
 // linear, per law (0 = mu-law, 1 = A-law).
 // ---------------------------------------------------------------------------
