@@ -213,3 +213,20 @@ constexpr int32_t Mpy_32_16(int16_t hi, int16_t lo, int16_t n) {
 }
 
 }  // namespace xvo::fx
+
+namespace xvo::fx {
+
+/// 32-bit division in DPF (oper_32b Div_32): L_num / (denom_hi, denom_lo) in Q31,
+/// for 0 <= L_num < L_denom and a normalised positive denominator.
+constexpr int32_t Div_32(int32_t L_num, int16_t denom_hi, int16_t denom_lo) {
+    const int16_t approx = div_s(0x3fff, denom_hi);  // 1/denom_hi in Q14
+    int32_t L = L_sub(MAX_32, Mpy_32_16(denom_hi, denom_lo, approx));
+    int16_t hi = 0, lo = 0, n_hi = 0, n_lo = 0;
+    L_Extract(L, hi, lo);
+    L = Mpy_32_16(hi, lo, approx);  // 1/L_denom in Q29
+    L_Extract(L, hi, lo);
+    L_Extract(L_num, n_hi, n_lo);
+    return L_shl(Mpy_32(n_hi, n_lo, hi, lo), 2);
+}
+
+}  // namespace xvo::fx
