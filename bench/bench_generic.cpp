@@ -44,33 +44,34 @@ void loop(benchmark::State& st, F f) {
     }
 }
 
+// Truncated correlation of n samples over `lags` lags: of one signal
+// (autocorrelation, through the dedicated kernel when n is 160) or of an
+// impulse response with a target (the backward-filtered target).
+Case truncated(const std::string& name, int n, int lags, int amp, bool autocorr) {
+    return {name, [=](const OwnGenericKernels& k, benchmark::State& st) {
+                auto x = signal(n, amp, 1), y = autocorr ? x : signal(n, amp, 2);
+                std::vector<int64_t> r(lags);
+                const auto fn = n == 160 ? k.xcorrTrunc160 : k.xcorrTrunc;
+                loop(st, [&] { fn(x.data(), autocorr ? x.data() : y.data(), n, lags, r.data()); });
+            }};
+}
+
+Case convolution(const std::string& name, int n) {
+    return {name, [=](const OwnGenericKernels& k, benchmark::State& st) {
+                auto a = signal(n, 3000, 1), b = signal(n, 4096, 2);
+                std::vector<int64_t> r(n);
+                const auto fn = n == 40 ? k.conv40 : k.conv;
+                loop(st, [&] { fn(a.data(), b.data(), 0, n, r.data()); });
+            }};
+}
+
 const std::vector<Case>& cases() {
     static const std::vector<Case> c = {
-        {"autocorr/160x11", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto x = signal(160, 3000);
-             int64_t r[11];
-             loop(st, [&] { k.xcorrTrunc160(x.data(), x.data(), 160, 11, r); });
-         }},
-        {"autocorr/240x11", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto x = signal(240, 2000);
-             int64_t r[11];
-             loop(st, [&] { k.xcorrTrunc(x.data(), x.data(), 240, 11, r); });
-         }},
-        {"autocorr_fullscale/160x11", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto x = signal(160, 32767);
-             int64_t r[11];
-             loop(st, [&] { k.xcorrTrunc160(x.data(), x.data(), 160, 11, r); });
-         }},
-        {"crosscorr/40x40", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto h = signal(40, 4096, 1), x = signal(40, 3000, 2);
-             int64_t r[40];
-             loop(st, [&] { k.xcorrTrunc(h.data(), x.data(), 40, 40, r); });
-         }},
-        {"crosscorr/64x64", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto h = signal(64, 4096, 1), x = signal(64, 3000, 2);
-             int64_t r[64];
-             loop(st, [&] { k.xcorrTrunc(h.data(), x.data(), 64, 64, r); });
-         }},
+        truncated("autocorr/160x11", 160, 11, 3000, true),
+        truncated("autocorr/240x11", 240, 11, 2000, true),
+        truncated("autocorr_fullscale/160x11", 160, 11, 32767, true),
+        truncated("crosscorr/40x40", 40, 40, 3000, false),
+        truncated("crosscorr/64x64", 64, 64, 3000, false),
         {"crosscorr_lags/80x144", [](const OwnGenericKernels& k, benchmark::State& st) {
              auto x = signal(80, 3000, 1), y = signal(80 + 144, 3000, 2);
              int64_t r[64];
@@ -79,20 +80,19 @@ const std::vector<Case>& cases() {
                      k.xcorrFixed(x.data(), y.data() + k0, 80, 144 - k0 < 64 ? 144 - k0 : 64, r);
              });
          }},
-        {"conv/40", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto a = signal(40, 3000, 1), b = signal(40, 4096, 2);
-             int64_t r[40];
-             loop(st, [&] { k.conv40(a.data(), b.data(), 0, 40, r); });
-         }},
-        {"conv/64", [](const OwnGenericKernels& k, benchmark::State& st) {
-             auto a = signal(64, 3000, 1), b = signal(64, 4096, 2);
-             int64_t r[64];
-             loop(st, [&] { k.conv(a.data(), b.data(), 0, 64, r); });
+        convolution("conv/40", 40),
+        convolution("conv/64", 64),
+        {"harmonic/40_lag50", [](const OwnGenericKernels& k, benchmark::State& st) {
+             auto x = signal(90, 3000);
+             loop(st, [&] { k.harmonic(26214, 50, x.data() + 50, 40); });
          }},
         {"autoscale/160", [](const OwnGenericKernels& k, benchmark::State& st) {
              auto x = signal(160, 3000);
              std::vector<int16_t> y(160);
-             loop(st, [&] { k.shift(x.data(), y.data(), 160, 14 - 3 - k.maxAbs(x.data(), 160) / 32768); });
+             loop(st, [&] {  // headroom 3, as xvosAutoScale_16s with *pScale = 3
+                 const int m = k.maxAbs(x.data(), 160);
+                 k.shift(x.data(), y.data(), 160, (m ? __builtin_clz(m) - 17 : 0) - 3);
+             });
          }},
     };
     return c;

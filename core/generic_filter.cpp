@@ -18,8 +18,7 @@ XVOSC_API XvoStatus xvosHarmonicFilter_16s_I(Xvo16s val, int lag, Xvo16s* pSrcDs
     // The product of two 16-bit values shifted by 15 may be 32768 (-32768 * -32768): the
     // addition is formed in 32 bits before it saturates or wraps.
     if (lag > 3) {
-        for (int i = 0; i < len; ++i)
-            pSrcDst[i] = sat16(int32_t(pSrcDst[i]) + ((int32_t(pSrcDst[i - lag]) * val) >> 15));
+        generic::ownGenericKernels().harmonic(val, lag, pSrcDst, len);
     } else {
         for (int i = 0; i < len; ++i)
             pSrcDst[i] = wrap16(int32_t(pSrcDst[i]) + ((int32_t(pSrcDst[i - lag]) * val) >> 15));

@@ -38,6 +38,10 @@ using OwnMaxAbsFn = int (*)(const int16_t* x, int n);
 /// The caller guarantees that a left shift does not overflow. src may equal dst.
 using OwnShiftFn = void (*)(const int16_t* src, int16_t* dst, int n, int left);
 
+/// Pitch sharpening for lag > 3: x[i] = sat16(x[i] + ((x[i-lag]*val) >> 15)),
+/// i = 0..len-1 in order (reads lag samples before x).
+using OwnHarmonicFn = void (*)(int16_t val, int lag, int16_t* x, int len);
+
 struct OwnGenericKernels {
     OwnCpuLevel level;
     OwnEnergyFn energy;
@@ -48,6 +52,7 @@ struct OwnGenericKernels {
     OwnConvFn conv40;          ///< m0 == 0, count == 40 only
     OwnMaxAbsFn maxAbs;
     OwnShiftFn shift;
+    OwnHarmonicFn harmonic;
 };
 
 /// Table of `level` (which the CPU must support).

@@ -50,12 +50,16 @@ void shiftScalar(const int16_t* src, int16_t* dst, int n, int left) {
     }
 }
 
+void harmonicScalar(int16_t val, int lag, int16_t* x, int len) {
+    for (int i = 0; i < len; ++i) x[i] = fx::sat16(int32_t(x[i]) + ((int32_t(x[i - lag]) * val) >> 15));
+}
+
 }  // namespace
 
 // The dedicated lengths have no separate scalar body: the scalar twin of a
 // dedicated path is the general scalar kernel.
 const OwnGenericKernels kGenericScalar = {
     OwnCpuLevel::Scalar, &energyScalar, &xcorrFixedScalar, &xcorrTruncScalar, &xcorrTruncScalar,
-    &convScalar,         &convScalar,   &maxAbsScalar,     &shiftScalar};
+    &convScalar,         &convScalar,   &maxAbsScalar,     &shiftScalar,       &harmonicScalar};
 
 }  // namespace xvo::generic

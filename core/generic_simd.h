@@ -355,10 +355,40 @@ XVO_SIMD_TARGET void shiftV(const int16_t* src, int16_t* dst, int n, int left) {
     if (i < n) kGenericScalar.shift(src + i, dst + i, n - i, left);
 }
 
+/// x[i] + ((p*val) >> 15) for 8 (or the low 4) lanes, formed in 32 bits and packed with saturation.
+__attribute__((target("sse2"))) inline __m128i sharpen(__m128i cur, __m128i past, __m128i val) {
+    const __m128i lo = _mm_mullo_epi16(past, val), hi = _mm_mulhi_epi16(past, val);
+    const __m128i p0 = _mm_srai_epi32(_mm_unpacklo_epi16(lo, hi), 15), p1 = _mm_srai_epi32(_mm_unpackhi_epi16(lo, hi), 15);
+    const __m128i c0 = _mm_srai_epi32(_mm_unpacklo_epi16(cur, cur), 16), c1 = _mm_srai_epi32(_mm_unpackhi_epi16(cur, cur), 16);
+    return _mm_packs_epi32(_mm_add_epi32(c0, p0), _mm_add_epi32(c1, p1));
+}
+
+/// Pitch sharpening for lag > 3: 8 outputs per step for lags of 8 and more,
+/// 4 for lags 4..7, so a step never reads inside itself.
+template <class V>
+XVO_SIMD_TARGET void harmonicV(int16_t val, int lag, int16_t* x, int len) {
+    const __m128i v = _mm_set1_epi16(val);
+    int i = 0;
+    if (lag >= 8) {
+        for (; i + 8 <= len; i += 8) {
+            const __m128i past = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + i - lag));
+            const __m128i cur = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + i));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + i), sharpen(cur, past, v));
+        }
+    } else {
+        for (; i + 4 <= len; i += 4) {
+            const __m128i past = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(x + i - lag));
+            const __m128i cur = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(x + i));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(x + i), sharpen(cur, past, v));
+        }
+    }
+    if (i < len) kGenericScalar.harmonic(val, lag, x + i, len - i);
+}
+
 template <class V>
 constexpr OwnGenericKernels makeTable(OwnCpuLevel level) {
     return {level,         &energyV<V>, &xcorrFixedV<V>, &xcorrTruncV<V>, &xcorrTruncPadded<V, 160>,
-            &convV<V>,     &conv40V<V>, &maxAbsV<V>,     &shiftV<V>};
+            &convV<V>,     &conv40V<V>, &maxAbsV<V>,     &shiftV<V>,       &harmonicV<V>};
 }
 
 }  // namespace

@@ -116,6 +116,18 @@ TEST(GenericSimd, DedicatedPathsEqualGeneralPath) {
             }
 }
 
+TEST(GenericSimd, HarmonicFilterEqualsScalar) {
+    for (const auto* k : vectorTables())
+        for (int s = 0; s < 6; ++s)
+            for (int lag : {4, 5, 7, 8, 9, 40, 143})
+                for (int16_t val : {int16_t(-32768), int16_t(-9830), int16_t(26214), int16_t(32767)}) {
+                    auto a = signal(kShapes[s], lag + 45, lag + 3), b = a;
+                    kGenericScalar.harmonic(val, lag, a.data() + lag, 45);
+                    k->harmonic(val, lag, b.data() + lag, 45);
+                    ASSERT_EQ(a, b) << what(*k, s, val, lag);
+                }
+}
+
 TEST(GenericSimd, ScalingEqualsScalar) {
     const auto& ref = kGenericScalar;
     for (const auto* k : vectorTables())
