@@ -30,15 +30,49 @@ struct VAvx {
     static R fix(R a) {  // 64-bit chunks 0,2,1,3 -> 0,1,2,3
         return _mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(a), _MM_SHUFFLE(3, 1, 2, 0)));
     }
-    static void loadDeint(const Xvo32f* p, R& re, R& im) {
-        const R a = _mm256_loadu_ps(p), b = _mm256_loadu_ps(p + 8);
+    static void deint(R a, R b, R& re, R& im) {
         re = fix(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0)));
         im = fix(_mm256_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1)));
     }
-    static void storeInt(Xvo32f* p, R a, R b) {
+    static void inter(R a, R b, R& v0, R& v1) {
         const R lo = _mm256_unpacklo_ps(a, b), hi = _mm256_unpackhi_ps(a, b);
-        _mm256_storeu_ps(p, _mm256_permute2f128_ps(lo, hi, 0x20));
-        _mm256_storeu_ps(p + 8, _mm256_permute2f128_ps(lo, hi, 0x31));
+        v0 = _mm256_permute2f128_ps(lo, hi, 0x20);
+        v1 = _mm256_permute2f128_ps(lo, hi, 0x31);
+    }
+    static void loadDeint(const Xvo32f* p, R& re, R& im) { deint(_mm256_loadu_ps(p), _mm256_loadu_ps(p + 8), re, im); }
+    static void storeInt(Xvo32f* p, R a, R b) {
+        R v0, v1;
+        inter(a, b, v0, v1);
+        _mm256_storeu_ps(p, v0);
+        _mm256_storeu_ps(p + 8, v1);
+    }
+    static R lane0(R a, R b) { return _mm256_blend_ps(a, b, 1); }
+    // (prev[0], cur[7], cur[6], ..., cur[1])
+    static R revShift(R cur, R prev) {
+        return _mm256_blend_ps(_mm256_permutevar8x32_ps(cur, _mm256_setr_epi32(0, 7, 6, 5, 4, 3, 2, 1)), prev, 1);
+    }
+    // Interleaved streams of 16 missing their first (Tail) or last (Head) element.
+    static void loadDeintTail(const Xvo32f* q, R& re, R& im) {
+        const R v0 = _mm256_insertf128_ps(_mm256_castps128_ps256(VSse::load3Tail(q)), _mm_loadu_ps(q + 3), 1);
+        deint(v0, _mm256_loadu_ps(q + 7), re, im);
+    }
+    static void loadDeintHead(const Xvo32f* p, R& re, R& im) {
+        const R v1 = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(p + 8)), VSse::load3Head(p + 12), 1);
+        deint(_mm256_loadu_ps(p), v1, re, im);
+    }
+    static void storeIntTail(Xvo32f* q, R a, R b) {
+        R v0, v1;
+        inter(a, b, v0, v1);
+        VSse::store3Tail(q, _mm256_castps256_ps128(v0));
+        _mm_storeu_ps(q + 3, _mm256_extractf128_ps(v0, 1));
+        _mm256_storeu_ps(q + 7, v1);
+    }
+    static void storeIntHead(Xvo32f* p, R a, R b) {
+        R v0, v1;
+        inter(a, b, v0, v1);
+        _mm256_storeu_ps(p, v0);
+        _mm_storeu_ps(p + 8, _mm256_castps256_ps128(v1));
+        VSse::store3Head(p + 12, _mm256_extractf128_ps(v1, 1));
     }
     // p[r*l + j] = v[j][l]
     template <int r>

@@ -63,6 +63,19 @@ struct VS {
     static void storeT(Xvo32f* p, const R* v) {
         for (int j = 0; j < r; ++j) p[j] = v[j];
     }
+    static R lane0(R, R b) { return b; }
+    static R revShift(R, R prev) { return prev; }
+    // Interleaved streams missing their first (Tail) or last (Head) element.
+    static void loadDeintTail(const Xvo32f* q, R& re, R& im) {
+        re = 0.0f;
+        im = q[0];
+    }
+    static void loadDeintHead(const Xvo32f* p, R& re, R& im) {
+        re = p[0];
+        im = 0.0f;
+    }
+    static void storeIntTail(Xvo32f* q, R, R b) { q[0] = b; }
+    static void storeIntHead(Xvo32f* p, R a, R) { p[0] = a; }
 };
 
 // Four lanes of SSE (baseline on x86-64).
@@ -78,14 +91,46 @@ struct VSse {
     static R mul(R a, R b) { return _mm_mul_ps(a, b); }
     static R neg(R a) { return _mm_xor_ps(a, _mm_set1_ps(-0.0f)); }
     static R rev(R a) { return _mm_shuffle_ps(a, a, _MM_SHUFFLE(0, 1, 2, 3)); }
-    static void loadDeint(const Xvo32f* p, R& re, R& im) {
-        const R a = _mm_loadu_ps(p), b = _mm_loadu_ps(p + 4);
+    static void deint(R a, R b, R& re, R& im) {
         re = _mm_shuffle_ps(a, b, _MM_SHUFFLE(2, 0, 2, 0));
         im = _mm_shuffle_ps(a, b, _MM_SHUFFLE(3, 1, 3, 1));
     }
+    static void loadDeint(const Xvo32f* p, R& re, R& im) { deint(_mm_loadu_ps(p), _mm_loadu_ps(p + 4), re, im); }
     static void storeInt(Xvo32f* p, R a, R b) {
         _mm_storeu_ps(p, _mm_unpacklo_ps(a, b));
         _mm_storeu_ps(p + 4, _mm_unpackhi_ps(a, b));
+    }
+    // a with lane 0 taken from b
+    static R lane0(R a, R b) { return _mm_move_ss(a, b); }
+    // (prev[0], cur[3], cur[2], cur[1])
+    static R revShift(R cur, R prev) { return _mm_move_ss(_mm_shuffle_ps(cur, cur, _MM_SHUFFLE(1, 2, 3, 0)), prev); }
+    // (0, q[0], q[1], q[2]) and (p[0], p[1], p[2], 0): no access outside the three floats.
+    static R load3Tail(const Xvo32f* q) {
+        const R z = _mm_setzero_ps();
+        return _mm_movelh_ps(_mm_unpacklo_ps(z, _mm_load_ss(q)),
+                             _mm_loadl_pi(z, reinterpret_cast<const __m64*>(q + 1)));
+    }
+    static R load3Head(const Xvo32f* p) {
+        return _mm_movelh_ps(_mm_loadl_pi(_mm_setzero_ps(), reinterpret_cast<const __m64*>(p)), _mm_load_ss(p + 2));
+    }
+    // q[0..2] = v[1..3]; p[0..2] = v[0..2]
+    static void store3Tail(Xvo32f* q, R v) {
+        _mm_store_ss(q, _mm_shuffle_ps(v, v, _MM_SHUFFLE(1, 1, 1, 1)));
+        _mm_storeh_pi(reinterpret_cast<__m64*>(q + 1), v);
+    }
+    static void store3Head(Xvo32f* p, R v) {
+        _mm_storel_pi(reinterpret_cast<__m64*>(p), v);
+        _mm_store_ss(p + 2, _mm_movehl_ps(v, v));
+    }
+    static void loadDeintTail(const Xvo32f* q, R& re, R& im) { deint(load3Tail(q), _mm_loadu_ps(q + 3), re, im); }
+    static void loadDeintHead(const Xvo32f* p, R& re, R& im) { deint(_mm_loadu_ps(p), load3Head(p + 4), re, im); }
+    static void storeIntTail(Xvo32f* q, R a, R b) {
+        store3Tail(q, _mm_unpacklo_ps(a, b));
+        _mm_storeu_ps(q + 3, _mm_unpackhi_ps(a, b));
+    }
+    static void storeIntHead(Xvo32f* p, R a, R b) {
+        _mm_storeu_ps(p, _mm_unpacklo_ps(a, b));
+        store3Head(p + 4, _mm_unpackhi_ps(a, b));
     }
     // p[r*l + j] = v[j][l]
     template <int r>
@@ -312,9 +357,14 @@ XVO_FFT_INLINE void runPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& 
 
 // ---------------------------------------------------------------------------
 // Real recombination. Forward: from Z (split, work) to Pack (dst); inverse:
-// from Pack (src) to swapped Z (split, work). For k in 1..M/2-1:
+// from Pack (src) to swapped Z (split, work). For k in 0..M/2-1:
 //   P = U_k + conj(U_{M-k}), Q = U_k - conj(U_{M-k}),
-//   Y_k = a P + C_k Q,  Y_{M-k} = conj(a P - C_k Q).
+//   Y_k = a P + C_k Q,  Y_{M-k} = conj(a P - C_k Q),
+// with U_M = U_0: k = 0 yields the DC and Nyquist terms. The middle bin M/2
+// is done apart. Blocks of W bins k0.. read and write the split arrays only
+// at multiples of W, as the passes do (a load that spans two earlier stores
+// cannot take its data from them and waits); the mirrored bins M-k come
+// from the aligned block below with one lane carried over (revShift).
 template <class V>
 XVO_FFT_INLINE void recombPair(C<V> uk, C<V> ukr, typename V::R a, C<V> ck, C<V>& yk, C<V>& ykr) {
     const C<V> P{V::add(uk.re, ukr.re), V::sub(uk.im, ukr.im)};
@@ -325,53 +375,68 @@ XVO_FFT_INLINE void recombPair(C<V> uk, C<V> ukr, typename V::R a, C<V> ck, C<V>
     ykr = {V::sub(ap.re, cq.re), V::sub(cq.im, ap.im)};
 }
 
-// Forward recombination over k in [k0, k0 + W) (k0 >= 1, k0 + W <= M/2).
 template <class V>
-XVO_FFT_INLINE void recombFwdBlock(const Xvo32f* zr, const Xvo32f* zi, Xvo32f* dst, const Xvo32f* cr, const Xvo32f* ci,
-                           int M, int k0, typename V::R a) {
-    const int kr = M - k0 - V::W + 1;
-    const C<V> uk{V::load(zr + k0), V::load(zi + k0)};
-    const C<V> ukr{V::rev(V::load(zr + kr)), V::rev(V::load(zi + kr))};
-    const C<V> ck{V::load(cr + k0), V::load(ci + k0)};
-    C<V> yk, ykr;
-    recombPair<V>(uk, ukr, a, ck, yk, ykr);
-    V::storeInt(dst + 2 * k0 - 1, yk.re, yk.im);
-    V::storeInt(dst + 2 * kr - 1, V::rev(ykr.re), V::rev(ykr.im));
-}
-
-// Inverse recombination over k in [k0, k0 + W); writes Z swapped (re <-> im).
-template <class V>
-XVO_FFT_INLINE void recombInvBlock(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, const Xvo32f* ci, int M,
-                           int k0, typename V::R a) {
-    const int kr = M - k0 - V::W + 1;
-    C<V> uk, ukr;
-    V::loadDeint(src + 2 * k0 - 1, uk.re, uk.im);
-    V::loadDeint(src + 2 * kr - 1, ukr.re, ukr.im);
-    ukr.re = V::rev(ukr.re);
-    ukr.im = V::rev(ukr.im);
-    const C<V> ck{V::load(cr + k0), V::load(ci + k0)};
-    C<V> yk, ykr;
-    recombPair<V>(uk, ukr, a, ck, yk, ykr);
-    V::store(zr + k0, yk.im);
-    V::store(zi + k0, yk.re);
-    V::store(zr + kr, V::rev(ykr.im));
-    V::store(zi + kr, V::rev(ykr.re));
-}
-
-// Runs the blocks over k = 1..M/2-1 with the widest twin that fits; the last
-// block of a twin is shifted back to end at M/2-1 (recomputing a few bins
-// with identical results).
-template <class V, class Fn>
-inline void recombLoop(int M, Fn&& fn) {
-    const int hi = M / 2;  // exclusive
-    if (hi - 1 < V::W) {
-        if constexpr (V::W > 1)
-            recombLoop<typename V::Narrow>(M, fn);
-        return;
+void recombFwd(const Xvo32f* zr, const Xvo32f* zi, Xvo32f* dst, const Xvo32f* cr, const Xvo32f* ci, int M,
+               Xvo32f s) {
+    const typename V::R a = V::set1(0.5f * s);
+    C<V> prev{};  // lane 0: Z[M - k0]
+    for (int k0 = 0; k0 < M / 2; k0 += V::W) {
+        const int ka = M - k0 - V::W;  // aligned block holding Z[M - k0 - W + 1 .. M - k0 - 1]
+        const C<V> uk{V::load(zr + k0), V::load(zi + k0)};
+        const C<V> A{V::load(zr + ka), V::load(zi + ka)};
+        if (k0 == 0) prev = uk;  // Z[M] = Z[0]
+        const C<V> ukr{V::revShift(A.re, prev.re), V::revShift(A.im, prev.im)};
+        prev = A;
+        C<V> yk, ykr;
+        recombPair<V>(uk, ukr, a, C<V>{V::load(cr + k0), V::load(ci + k0)}, yk, ykr);
+        // Bins k0.. at 2 k0 - 1; bins ka + 1 .. M - k0 (ykr reversed) at 2 ka + 1.
+        const typename V::R rr = V::rev(ykr.re), ri = V::rev(ykr.im);
+        if (k0 == 0) {
+            V::storeIntTail(dst, yk.re, V::lane0(yk.im, yk.re));  // the DC term goes to element 0
+            V::storeIntHead(dst + 2 * ka + 1, rr, ri);           // the Nyquist term to element N - 1
+        } else {
+            V::storeInt(dst + 2 * k0 - 1, yk.re, yk.im);
+            V::storeInt(dst + 2 * ka + 1, rr, ri);
+        }
     }
-    int k = 1;
-    for (; k + V::W <= hi; k += V::W) fn(V{}, k);
-    if (k < hi) fn(V{}, hi - V::W);
+    dst[M - 1] = s * zr[M / 2];
+    dst[M] = -(s * zi[M / 2]);
+}
+
+template <class V>
+void recombInv(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, const Xvo32f* ci, int M, Xvo32f s) {
+    using R = typename V::R;
+    const R a = V::set1(s);
+    const Xvo32f s2 = 2.0f * s;
+    const Xvo32f midR = -(s2 * src[M]), midI = s2 * src[M - 1];  // 2 s conj(X[M/2]), swapped
+    C<V> prev{};  // Y_{M-k} of the previous block
+    for (int k0 = 0; k0 < M / 2; k0 += V::W) {
+        const int ka = M - k0 - V::W;
+        C<V> uk, ukr;
+        if (k0 == 0) {
+            V::loadDeintTail(src, uk.re, uk.im);  // lane 0: (-, X0) -> (X0, 0)
+            uk.re = V::lane0(uk.re, uk.im);
+            uk.im = V::lane0(uk.im, V::set1(0.0f));
+            V::loadDeintHead(src + 2 * ka + 1, ukr.re, ukr.im);  // last lane: (X[N/2], 0)
+        } else {
+            V::loadDeint(src + 2 * k0 - 1, uk.re, uk.im);
+            V::loadDeint(src + 2 * ka + 1, ukr.re, ukr.im);
+        }
+        ukr.re = V::rev(ukr.re);
+        ukr.im = V::rev(ukr.im);
+        C<V> yk, ykr;
+        recombPair<V>(uk, ukr, a, C<V>{V::load(cr + k0), V::load(ci + k0)}, yk, ykr);
+        V::store(zr + k0, yk.im);
+        V::store(zi + k0, yk.re);
+        // The aligned block above this one's mirror is complete now.
+        if (k0 > 0) {
+            V::store(zr + ka + V::W, V::revShift(prev.im, ykr.im));
+            V::store(zi + ka + V::W, V::revShift(prev.re, ykr.re));
+        }
+        prev = ykr;
+    }
+    V::store(zr + M / 2, V::revShift(prev.im, V::set1(midR)));
+    V::store(zi + M / 2, V::revShift(prev.re, V::set1(midI)));
 }
 
 // ---------------------------------------------------------------------------
@@ -379,46 +444,28 @@ inline void recombLoop(int M, Fn&& fn) {
 template <class V>
 void realFwd(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
     const int N = 1 << spec->order, M = N / 2;
+    if constexpr (V::W > 4) {
+        // Below 64 points the first pass and the recombination cannot fill
+        // eight lanes; one width throughout keeps stores forwarding to loads.
+        if (M < 64) return realFwd<typename V::Narrow>(spec, src, dst, work);
+    }
     const Xvo32f s = spec->fwdScale;
     const Buf in{const_cast<Xvo32f*>(src), nullptr};
     const Buf w{work, work + M}, d{dst, dst + M};
     // Odd pass count: pass 1 writes work, pass 2 dst, ..., the last work.
     runPasses<V, true, false>(spec, M, in, w, d, w);
 
-    const Xvo32f* zr = work;
-    const Xvo32f* zi = work + M;
-    const Xvo32f z0r = zr[0], z0i = zi[0], zmr = zr[M / 2], zmi = zi[M / 2];
-    const Xvo32f* cr = spec->recombFwd;
-    const Xvo32f* ci = cr + M / 2;
-    const Xvo32f a = 0.5f * s;
-    recombLoop<V>(M, [&](auto v, int k0) {
-        using VV = decltype(v);
-        recombFwdBlock<VV>(zr, zi, dst, cr, ci, M, k0, VV::set1(a));
-    });
-    dst[0] = s * (z0r + z0i);
-    dst[N - 1] = s * (z0r - z0i);
-    dst[M - 1] = s * zmr;
-    dst[M] = -(s * zmi);
+    recombFwd<V>(work, work + M, dst, spec->recombFwd, spec->recombFwd + M / 2, M, s);
 }
 
 template <class V>
 void realInv(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
     const int N = 1 << spec->order, M = N / 2;
+    if constexpr (V::W > 4) {
+        if (M < 64) return realInv<typename V::Narrow>(spec, src, dst, work);
+    }
     const Xvo32f s = spec->invScale;
-    Xvo32f* zr = work;
-    Xvo32f* zi = work + M;
-    const Xvo32f* cr = spec->recombInv;
-    const Xvo32f* ci = cr + M / 2;
-    const Xvo32f x0 = src[0], xn = src[N - 1], xmr = src[M - 1], xmi = src[M];
-    recombLoop<V>(M, [&](auto v, int k0) {
-        using VV = decltype(v);
-        recombInvBlock<VV>(src, zr, zi, cr, ci, M, k0, VV::set1(s));
-    });
-    zr[0] = s * (x0 - xn);
-    zi[0] = s * (x0 + xn);
-    const Xvo32f s2 = 2.0f * s;
-    zr[M / 2] = -(s2 * xmi);
-    zi[M / 2] = s2 * xmr;
+    recombInv<V>(src, work, work + M, spec->recombInv, spec->recombInv + M / 2, M, s);
 
     const Buf w{work, work + M}, d{dst, dst + M}, out{dst, nullptr};
     // Pass 1 writes dst, pass 2 work, ..., the last (odd) one dst, interleaved.
