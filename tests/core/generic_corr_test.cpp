@@ -1,6 +1,6 @@
 // Correlation, convolution and lag-maximum functions against plain 64-bit
 // sums written here, against the G.729 reference loops (basic operators)
-// where a function reproduces one, and their argument checks.
+// where a function reproduces one.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -202,45 +202,12 @@ TEST(GenericCorr, FloatLagMaxima) {
     EXPECT_TRUE(fm < -3.0e38f);
 }
 
-TEST(GenericCorr, ChecksInOrderAndNothingWrittenOnFailure) {
-    int16_t s[4] = {1, 2, 3, 4}, d16[4] = {9, 9, 9, 9};
-    int32_t d[4] = {9, 9, 9, 9}, m = 9;
-    int n = 9;
-    float f[4] = {}, fm = 9;
-    double dm = 9;
-    const struct {
-        XvoStatus got, want;
-    } cases[] = {
-        {xvosAutoCorr_16s32s(nullptr, 0, d, 0), xvoStsNullPtr},
-        {xvosAutoCorr_16s32s(s, 4, d, 0), xvoStsSize},
-        {xvosAutoCorr_NormE_16s32s(s, 4, d, 4, nullptr), xvoStsNullPtr},
-        {xvosAutoCorr_NormE_16s32s(s, 4, d, -1, &n), xvoStsSize},
-        {xvosConvPartial_16s32s(s, s, nullptr, 0), xvoStsNullPtr},
-        {xvosConvPartial_16s32s(s, s, d, -1), xvoStsSize},
-        {xvosConvPartial_16s_Sfs(nullptr, s, d16, 0, -1), xvoStsNullPtr},
-        {xvosConvPartial_16s_Sfs(s, s, d16, 0, -1), xvoStsBadArg},  // scale factor before length
-        {xvosConvPartial_16s_Sfs(s, s, d16, 0, 0), xvoStsSize},
-        {xvosCrossCorr_16s32s_Sfs(s, nullptr, 0, d, -1), xvoStsNullPtr},
-        {xvosCrossCorr_16s32s_Sfs(s, s, 0, d, -1), xvoStsSize},
-        {xvosCrossCorr_16s32s_Sfs(s, s, 4, d, -1), xvoStsScaleRange},
-        {xvosCrossCorr_NormM_16s(s, s, 4, nullptr), xvoStsNullPtr},
-        {xvosCrossCorr_NormM_16s(s, s, 0, d16), xvoStsSize},
-        {xvosCrossCorrLagMax_16s(s, s, 0, -1, nullptr, &n), xvoStsNullPtr},
-        {xvosCrossCorrLagMax_16s(s, s, 0, -1, &m, &n), xvoStsSize},
-        {xvosCrossCorrLagMax_16s(s, s, 2, -1, &m, &n), xvoStsRange},
-        {xvosAutoCorrLagMax_Fwd_16s(s, 0, 0, 1, &m, nullptr), xvoStsNullPtr},
-        {xvosAutoCorrLagMax_Inv_16s(s, 0, 0, 1, &m, &n), xvoStsSize},
-        {xvosDotProdAutoScale_16s32s_Sfs(s, s, 4, d, nullptr), xvoStsNullPtr},
-        {xvosDotProdAutoScale_16s32s_Sfs(s, s, 0, d, &n), xvoStsSize},
-        {xvosCrossCorrLagMax_32f64f(f, f, 0, -1, &dm, nullptr), xvoStsNullPtr},
-        {xvosCrossCorrLagMax_32f64f(f, f, 1, -1, &dm, &n), xvoStsRange},
-        {xvosAutoCorrLagMax_32f(f, 0, 0, 1, &fm, &n), xvoStsSize},
-    };
-    for (size_t i = 0; i < sizeof(cases) / sizeof(cases[0]); ++i) EXPECT_EQ(cases[i].got, cases[i].want) << "case " << i;
+// The one deliberate deviation from the common check order (the registry in
+// tests/contract sweeps every other check of every function).
+TEST(GenericCorr, ConvPartialSfsChecksScaleFactorBeforeLength) {
+    int16_t s[2] = {1, 2}, d[2] = {9, 9};
+    EXPECT_EQ(xvosConvPartial_16s_Sfs(nullptr, s, d, 0, -1), xvoStsNullPtr);
+    EXPECT_EQ(xvosConvPartial_16s_Sfs(s, s, d, 0, -1), xvoStsBadArg);
+    EXPECT_EQ(xvosConvPartial_16s_Sfs(s, s, d, 0, 0), xvoStsSize);
     EXPECT_EQ(d[0], 9);
-    EXPECT_EQ(d16[0], 9);
-    EXPECT_EQ(m, 9);
-    EXPECT_EQ(n, 9);
-    EXPECT_EQ(fm, 9);
-    EXPECT_EQ(dm, 9);
 }
