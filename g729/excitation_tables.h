@@ -24,4 +24,9 @@ extern const float kThr1F_6k[2];
 extern const float kThr2F_6k[2];
 extern const float kCoefF_6k[2][2];
 
+/// inter_3l of the floating-point reference: the 1/3-resolution
+/// interpolation filter of the adaptive codebook (the fixed-point kInter3l
+/// in Q15, rounded).
+extern const float kInter3lF[31];
+
 }  // namespace xvo::g729

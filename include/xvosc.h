@@ -942,6 +942,62 @@ XVOSC_API XvoStatus xvosLSFDecode_G729B_16s(const Xvo16s* pSrcIndices, Xvo16s* p
 XVOSC_API XvoStatus xvosLSFQuant_G729B_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSF,
                                            Xvo16s* pDstIndices);
 
+/* ---- Annex B: analysis and comfort-noise kernels ------------------------ */
+
+/** G.729 Annex B windowed autocorrelation (the Annex B reference Autocorr): the 240 samples are
+ *  windowed by the G.729 LP analysis window; while the energy sum overflows the windowed signal is
+ *  divided by 4; r[0..order] are normalised by the count that brings r[0] to 0x40000000..0x7fffffff.
+ *  @param pSrcSignal   in: 240 samples of the analysis window position.
+ *  @param pDstAutoCorr out: order+1 normalised values, each a 32-bit word hi * 65536 + lo * 2 of the
+ *                      reference's double-precision pair (the layout xvosLagWindow_G729_32s_I takes).
+ *  @param order        in: the highest lag, 1..12 (the Annex B coder uses 12, the speech coder 10).
+ *  @param pDstNorm     out: the exponent of r[0]: 1 + 4 per division by 4 - the normalisation count.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when order < 1; xvoStsRange when
+ *          order > 12; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorr_G729B(const Xvo16s* pSrcSignal, Xvo32s* pDstAutoCorr, int order, Xvo16s* pDstNorm);
+
+/** G.729 Annex B Levinson-Durbin recursion of order 10 (the Annex B reference Levinson), with the
+ *  residual energy of the prediction. When a reflection coefficient exceeds 32750 in magnitude the
+ *  filter is declared unstable: pDstLPC takes the previous filter, pDstRc[0..1] the previous first
+ *  two reflection coefficients (the coefficients computed before the failing order stay in
+ *  pDstRc[2..]), and pDstErr is not written.
+ *  @param pSrcAutoCorr   in: r[0..10] in the layout of xvosAutoCorr_G729B (lag-windowed).
+ *  @param pSrcDstPrevLPC in/out: the last stable filter, 11 words Q12 (start: 4096, 0, ..., 0);
+ *                        updated on a stable recursion.
+ *  @param pSrcDstPrevRc  in/out: its first two reflection coefficients (start: 0, 0).
+ *  @param pDstLPC        out: a[0..10], Q12, a[0] = 4096.
+ *  @param pDstRc         out: 10 reflection coefficients, Q15.
+ *  @param pDstErr        out: the residual energy (alpha >> its exponent).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLevinsonDurbin_G729B(const Xvo32s* pSrcAutoCorr, Xvo16s* pSrcDstPrevLPC, Xvo16s* pSrcDstPrevRc,
+                                             Xvo16s* pDstLPC, Xvo16s* pDstRc, Xvo16s* pDstErr);
+
+/** G.729 Annex B comfort-noise excitation of one 80-sample frame (the reference Calc_exc_rand):
+ *  per subframe a random lag 40..103 with a random 1/3 fraction and a random pitch gain below 0.5
+ *  take the adaptive vector from the past excitation, a Gaussian vector is scaled to the target
+ *  gain, and 4 random signed pulses get the gain that restores the target energy. A zero gain
+ *  gives a zero frame.
+ *  @param curGain     in: the target sample gain (the decoder's smoothed SID gain).
+ *  @param pSrcDstSeed in/out: the random generator state (the reference starts it at 11111).
+ *  @param pSrcDstExc  in/out: 234 samples: 154 past excitation samples (read), then the 80 of the
+ *                     frame (written).
+ *  @param pDstTaming  out, optional (may be null): 4 words [pitch gain Q14, lag] of both subframes,
+ *                     which an encoder passes to its taming update.
+ *  @return xvoStsNullPtr when pSrcDstSeed or pSrcDstExc is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s(Xvo16s curGain, Xvo16s* pSrcDstSeed, Xvo16s* pSrcDstExc,
+                                                        Xvo16s* pDstTaming);
+
+/** Floating-point comfort-noise excitation (calc_exc_rand of the G.729 floating-point reference
+ *  for Annexes B, D and E): the same random draws from the 16-bit seed, float arithmetic. As in
+ *  that reference, the third pulse is drawn on track 1 (positions 5x + 1).
+ *  @param curGain     in: the target sample gain.
+ *  @param pSrcDstSeed in/out: the 16-bit random generator state.
+ *  @param pSrcDstExc  in/out: 154 past excitation samples, then the 80 of the frame.
+ *  @param pDstTaming  out, optional: [pitch gain, lag] of both subframes.
+ *  @return xvoStsNullPtr when pSrcDstSeed or pSrcDstExc is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16s* pSrcDstSeed, Xvo32f* pSrcDstExc,
+                                                           Xvo32f* pDstTaming);
+
 /* @section g729exc:end */
 
 /* ======================================================================== */
