@@ -2,6 +2,7 @@
 // lag-maximum searches. The exact sums come from the kernel table of the
 // running CPU (generic_kernels.h), at most kChunk outputs per call; this
 // file applies each function's saturation, rounding or normalisation.
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -149,18 +150,22 @@ XVOSC_API XvoStatus xvosCrossCorr_16s32s_Sfs(const Xvo16s* pSrc1, const Xvo16s* 
 XVOSC_API XvoStatus xvosCrossCorr_NormM_16s(const Xvo16s* pSrc1, const Xvo16s* pSrc2, int len, Xvo16s* pDst) {
     XVO_CHECK(ownCheckPtrs(pSrc1, pSrc2, pDst));
     XVO_CHECK(ownCheckLens(len));
-    auto fill = [&](int k0, int count, int64_t* r) { truncLags(pSrc1, pSrc2, len, k0, count, r); };
-    // First pass: the largest magnitude of the doubled, saturated sums.
+    // Pass 1: the largest magnitude of the doubled, saturated sums (the L_mac scale). A block of
+    // up to kChunk keeps its sums for pass 2; a longer one has them computed again.
+    int64_t r[kChunk];
     int32_t m = 0;
-    chunked(len, fill, [&](int, int64_t v) {
-        const int32_t a = L_abs(sat32(2 * v));
-        if (a > m) m = a;
-    });
-    int s = norm_l(m);
-    if (s > 16) s = 16;
-    const int shift = 18 - s;
-    // Second pass (the sums again): every value fits in 16 bits after the shift.
-    chunked(len, fill, [&](int k, int64_t v) { pDst[k] = extract_l(L_shr(sat32(2 * v), shift)); });
+    for (int k0 = 0; k0 < len; k0 += kChunk) {
+        const int count = std::min(len - k0, kChunk);
+        truncLags(pSrc1, pSrc2, len, k0, count, r);
+        for (int j = 0; j < count; ++j) m = std::max(m, L_abs(sat32(2 * r[j])));
+    }
+    const int shift = 18 - std::min(norm_l(m), int16_t(16));
+    // Pass 2: every value fits in 16 bits after the shift.
+    for (int k0 = 0; k0 < len; k0 += kChunk) {
+        const int count = std::min(len - k0, kChunk);
+        if (len > kChunk) truncLags(pSrc1, pSrc2, len, k0, count, r);
+        for (int j = 0; j < count; ++j) pDst[k0 + j] = extract_l(L_shr(sat32(2 * r[j]), shift));
+    }
     return xvoStsOk;
 }
 

@@ -12,7 +12,7 @@
 //  - narrow: 32-bit wrapping lanes. The sum is exact modulo 2^32, so it is
 //    the exact sum whenever that fits in 32 bits, which Cauchy-Schwarz
 //    guarantees when Ex*Ey <= (2^31-1)^2 (ownFits32). Callers check the
-//    energies first; real codec signals always take this path.
+//    energies first; signals scaled as the codecs scale them take this path.
 //  - wide: each lane plus the bias 2147418112 lies in [0, 2^32), so it is
 //    zero-extended into 64-bit lanes and the bias is subtracted at the end.
 #pragma once
@@ -145,11 +145,11 @@ XVO_SIMD_TARGET void xcorrFixedV(const int16_t* x, const int16_t* y, int n, int 
     else xcorrFixedRun<V, true>(x, y, n, nLags, out);
 }
 
-/// Truncated form in groups of 4 lags: the vector part covers the length the
-/// group has in common, then the last 1..3 products of its shorter lags.
-template <class V, bool kWide, int N = 0>
-XVO_SIMD_TARGET inline void xcorrTruncRun(const int16_t* x, const int16_t* y, int nArg, int nLags, int64_t* out) {
-    const int n = N ? N : nArg;
+/// Truncated form of a long block (n > kPadMax) in groups of 4 lags: the
+/// vector part covers the length the group has in common, then the last
+/// 1..3 products of its shorter lags.
+template <class V, bool kWide>
+XVO_SIMD_TARGET void xcorrTruncRun(const int16_t* x, const int16_t* y, int n, int nLags, int64_t* out) {
     int k = 0;
     for (; k + 4 <= nLags && n - k - 3 >= V::W; k += 4) {
         const int c = n - k - 3;
