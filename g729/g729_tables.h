@@ -61,6 +61,9 @@ alignas(32) extern const int32_t kLspcb1Pairs[5][128];
 /// lspcb2: second-stage LSF codebook, Q13; entries 0..4 form the low half, 5..9 the high half.
 /// Source: tab_ld8k.c (main body).
 extern const int16_t kLspcb2[32][10];
+/// lspcb2 transposed for vector searches: kLspcb2T[j][k] = lspcb2[k][j].
+/// Source: derived from lspcb2.
+alignas(32) extern const int16_t kLspcb2T[10][32];
 /// fg: MA predictor coefficients, Q15, [predictor][k][j].
 /// Source: tab_ld8k.c (main body).
 extern const int16_t kFg[2][4][10];

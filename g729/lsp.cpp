@@ -8,6 +8,7 @@
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/helpers.h"
+#include "core/helpers_tables.h"
 #include "g729/g729_tables.h"
 #include "xvosc.h"
 
@@ -200,12 +201,39 @@ int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p, 
 
 // ---- conversions ---------------------------------------------------------------
 
+namespace {
+
+/// For each high byte h of v + 32768, the largest k (0..63) with cos_table[k] >= (h << 8) - 32768:
+/// the walk for any v in that byte's range ends at or below it.
+struct WalkStart {
+    uint8_t k[256];
+};
+constexpr WalkStart makeWalkStart() {
+    WalkStart w{};
+    for (int h = 0; h < 256; ++h) {
+        const int v = (h << 8) - 32768;
+        int k = 63;
+        while (k > 0 && kCosTable64[k] < v) --k;
+        w.k[h] = static_cast<uint8_t>(k);
+    }
+    return w;
+}
+constexpr WalkStart kWalkStart = makeWalkStart();
+
+/// The index where the reference's downward table walk from `ind` stops for v:
+/// the largest k <= ind with cos_table[k] >= v (cos_table[0] = 32767 ends it).
+int walkDown(int ind, int16_t v) {
+    int k = kWalkStart.k[(v + 32768) >> 8];
+    while (kCosTable64[k] < v) --k;
+    return k < ind ? k : ind;
+}
+
+}  // namespace
+
 void ownLSPToLSF_16s(const int16_t* lsp, int16_t* lsf) {
     int ind = 63;  // the table walk only moves down: the input is ordered
     for (int i = kM - 1; i >= 0; --i) {
-        while (kTable2[ind] < lsp[i]) {
-            if (--ind <= 0) break;
-        }
+        ind = walkDown(ind, lsp[i]);
         const int16_t offset = sub(lsp[i], kTable2[ind]);
         const int32_t t = L_mult(kSlopeAcos[ind], offset);  // Q28
         const int16_t freq = add(shl(static_cast<int16_t>(ind), 9), extract_l(L_shr(t, 12)));
@@ -216,7 +244,7 @@ void ownLSPToLSF_16s(const int16_t* lsp, int16_t* lsf) {
 void ownLSPToLSFNorm_16s(const int16_t* lsp, int16_t* lsf) {
     int ind = 63;
     for (int i = kM - 1; i >= 0; --i) {
-        while (kTable[ind] < lsp[i]) --ind;  // table[0] = 32767 ends the walk
+        ind = walkDown(ind, lsp[i]);
         const int32_t t = L_mult(sub(lsp[i], kTable[ind]), kSlope[ind]);
         const int16_t frac = round_fx(L_shl(t, 3));
         lsf[i] = add(frac, shl(static_cast<int16_t>(ind), 8));
@@ -254,13 +282,48 @@ void expand(int16_t* buf, int16_t gap, int from, int to) {
     }
 }
 
+/// The MA sums of both directions in 64 bits, column by column so that they
+/// vectorise: acc[j] = start[j] + sign * sum_k 2 * prevFreq[k][j] * fg[ma][k][j].
+/// Returns true when a partial sum left the 32-bit range, where the reference's
+/// saturating L_mac / L_msu chain would differ from the plain sum.
+bool maSums(int64_t* acc, const int16_t* prevFreq, int ma, int sign) {
+    uint64_t out = 0;
+    for (int k = 0; k < kMaNp; ++k)
+        for (int j = 0; j < kM; ++j) {  // fg >= 0: L_mult cannot saturate
+            acc[j] += sign * 2 * int64_t(prevFreq[k * kM + j]) * kFg[ma][k][j];
+            out |= static_cast<uint64_t>(acc[j] + 0x80000000LL) >> 32;
+        }
+    return out != 0;
+}
+
+/// Lsp_prev_compose: lsf[j] = extract_h(L_mult(buf, fg_sum) + sum_k L_mult(prevFreq, fg)).
+void composePrediction(const int16_t* buf, const int16_t* prevFreq, int ma, int16_t* lsf) {
+    int64_t acc[kM];
+    for (int j = 0; j < kM; ++j) acc[j] = 2 * int64_t(buf[j]) * kFgSum[ma][j];
+    if (maSums(acc, prevFreq, ma, 1)) {
+        for (int j = 0; j < kM; ++j) {
+            int32_t t = L_mult(buf[j], kFgSum[ma][j]);
+            for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+            acc[j] = t;
+        }
+    }
+    for (int j = 0; j < kM; ++j) lsf[j] = static_cast<int16_t>(acc[j] >> 16);
+}
+
 /// Lsp_prev_extract: the residual that lsf implies under predictor ma.
 void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* res) {
+    int64_t acc[kM];
+    for (int j = 0; j < kM; ++j) acc[j] = int64_t(lsf[j]) * 65536;
+    if (maSums(acc, prevFreq, ma, -1)) {
+        for (int j = 0; j < kM; ++j) {
+            int32_t t = L_deposit_h(lsf[j]);
+            for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+            acc[j] = t;
+        }
+    }
     for (int j = 0; j < kM; ++j) {
-        int32_t t = L_deposit_h(lsf[j]);
-        for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], kFg[ma][k][j]);
-        const int16_t tmp = extract_h(t);
-        res[j] = extract_h(L_shl(L_mult(tmp, kFgSumInv[ma][j]), 3));
+        const int16_t tmp = static_cast<int16_t>(acc[j] >> 16);
+        res[j] = extract_h(sat32(int64_t(L_mult(tmp, kFgSumInv[ma][j])) * 8));  // L_shl(., 3)
     }
 }
 
@@ -289,24 +352,25 @@ void weights(const int16_t* lsf, int16_t* w) {
     for (int i = 0; i < kM; ++i) w[i] = shl(w[i], sft);
 }
 
+/// Index of the first smallest of n keys (the reference keeps the first of equal distances).
+int firstMin(const int32_t* d, int n) {
+    int32_t m = d[0];
+    int c = 0;
+    for (int i = 1; i < n; ++i)
+        if (d[i] < m) {
+            m = d[i];
+            c = i;
+        }
+    return c;
+}
+
 /// Lsp_select_1 / Lsp_select_2: weighted second-stage search over one half.
-int selectHalf(const int16_t* r, const int16_t* cb1row, const int16_t* w, int from) {
+int selectHalf(const OwnLspKernels& kern, const int16_t* r, const int16_t* cb1row, const int16_t* w, int from) {
     int16_t buf[kM];
     for (int j = from; j < from + kNC; ++j) buf[j] = sub(r[j], cb1row[j]);
-    int32_t dmin = MAX_32;
-    int best = 0;
-    for (int k = 0; k < kNC1; ++k) {
-        int32_t dist = 0;
-        for (int j = from; j < from + kNC; ++j) {
-            const int16_t tmp = sub(buf[j], kLspcb2[k][j]);
-            dist = L_mac(dist, mult(w[j], tmp), tmp);
-        }
-        if (L_sub(dist, dmin) < 0) {
-            dmin = dist;
-            best = k;
-        }
-    }
-    return best;
+    alignas(32) int32_t d[kNC1];
+    kern.dist2(buf, w, from, d);
+    return firstMin(d, kNC1);
 }
 
 }  // namespace
@@ -321,11 +385,7 @@ int ownLSFDecode_16s(int l0, int l1, int l2, int l3, int16_t* prevFreq, int16_t*
     for (int j = kNC; j < kM; ++j) buf[j] = add(kLspcb1[l1][j], kLspcb2[l3][j]);
     expand(buf, kGap1, 1, kM);
     expand(buf, kGap2, 1, kM);
-    for (int j = 0; j < kM; ++j) {  // Lsp_prev_compose
-        int32_t t = L_mult(buf[j], kFgSum[ma][j]);
-        for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], kFg[ma][k][j]);
-        lsf[j] = extract_h(t);
-    }
+    composePrediction(buf, prevFreq, ma, lsf);
     ownPushMemory(prevFreq, buf);
     return ownStabilise<int16_t>(lsf, kLLimit, kGap3, kMLimit, [](int16_t v) { return add(v, kGap3); });
 }
@@ -351,12 +411,10 @@ void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t*
         // Lsp_pre_select: nearest first-stage vector (first of equal ones).
         alignas(32) int32_t d[kNC0];
         kern.dist1(r, d);
-        int c = 0;
-        for (int i = 1; i < kNC0; ++i)
-            if (d[i] < d[c]) c = i;
+        const int c = firstMin(d, kNC0);
         cand[ma] = c;
-        t1[ma] = selectHalf(r, kLspcb1[c], w, 0);
-        t2[ma] = selectHalf(r, kLspcb1[c], w, kNC);
+        t1[ma] = selectHalf(kern, r, kLspcb1[c], w, 0);
+        t2[ma] = selectHalf(kern, r, kLspcb1[c], w, kNC);
         int16_t buf[kM];
         for (int j = 0; j < kNC; ++j) buf[j] = add(kLspcb1[c][j], kLspcb2[t1[ma]][j]);
         expand(buf, kGap1, 1, kNC);

@@ -117,9 +117,16 @@ using OwnDist1Fn = void (*)(const int16_t* r, int32_t* d);
 /// the arrays padded), coefficients f[0..5], shift 12 or 13, Q24 evaluation or (q23) Q23.
 using OwnChebGridFn = void (*)(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y);
 
+/// Weighted distances of one second-stage half: for the 32 entries k of lspcb2,
+/// d[k] = min(sum_j t2*t, 2^30) over j = from..from+4, t = sat16(r[j] - lspcb2[k][j]),
+/// t2 = (w[j]*t) >> 15. For weights 0..32767 every term is non-negative, so 2*d[k]
+/// orders the entries as the reference's saturating L_mac sum does.
+using OwnDist2Fn = void (*)(const int16_t* r, const int16_t* w, int from, int32_t* d);
+
 struct OwnLspKernels {
     OwnDist1Fn dist1;
     OwnChebGridFn chebGrid;
+    OwnDist2Fn dist2;
 };
 
 /// Kernels for one CPU level (a supported level); ownLspKernels() for the running CPU.

@@ -8,6 +8,8 @@
 // instruction set; the note on the AVX calling convention does not apply.
 #pragma GCC diagnostic ignored "-Wpsabi"
 
+#include <immintrin.h>
+
 #include "core/fixed.h"
 #include "g729/g729_tables.h"
 #include "g729/lsp.h"
@@ -29,6 +31,22 @@ void dist1Scalar(const int16_t* r, int32_t* d) {
             if (s > kDistCap) s = kDistCap;  // keeps s below 2^31 + 2^30
         }
         d[i] = static_cast<int32_t>(s);
+    }
+}
+
+/// Elements 2p and 2p+1 of r packed as one word, as in kLspcb1Pairs.
+uint32_t kPairOf(const int16_t* r, int p) {
+    return (static_cast<uint32_t>(static_cast<uint16_t>(r[2 * p + 1])) << 16) | static_cast<uint16_t>(r[2 * p]);
+}
+
+void dist2Scalar(const int16_t* r, const int16_t* w, int from, int32_t* d) {
+    for (int k = 0; k < kNC1; ++k) {
+        int32_t dist = 0;  // Lsp_select_1 / Lsp_select_2
+        for (int j = from; j < from + 5; ++j) {
+            const int16_t t = fx::sub(r[j], kLspcb2[k][j]);
+            dist = fx::L_mac(dist, fx::mult(w[j], t), t);
+        }
+        d[k] = dist == fx::MAX_32 ? static_cast<int32_t>(kDistCap) : dist >> 1;
     }
 }
 
@@ -143,28 +161,23 @@ XVO_VINLINE void chebGridVec(const int16_t* x, int n, const int16_t* f, int shif
     else chebGridBody<N, false>(x, n, f, shift, y);
 }
 
-/// First-stage distances from the pair-packed codebook: per entry the 16-bit
-/// saturated differences, their squares, summed with the cap (every partial
-/// sum stays below 2^31 + 2^30, so the unsigned sum cannot wrap).
 template <int N>
-XVO_VINLINE void dist1Vec(const int16_t* r, int32_t* d) {
+XVO_VINLINE void dist2Vec(const int16_t* r, const int16_t* w, int from, int32_t* d) {
     using S = typename Lanes<N>::S;
     using U = typename Lanes<N>::U;
-    for (int i = 0; i < kNC0; i += N) {
+    using H = typename Lanes<N>::H;
+    for (int k = 0; k < kNC1; k += N) {
         U s{};
-        for (int p = 0; p < 5; ++p) {
-            S w;
-            __builtin_memcpy(&w, &kLspcb1Pairs[p][i], sizeof w);
-            const S halves[2] = {(S)((U)w << 16) >> 16, w >> 16};  // entries 2p and 2p+1
-            for (int h = 0; h < 2; ++h) {
-                S t = (S{} + r[2 * p + h]) - halves[h];
-                t = t > 32767 ? S{} + 32767 : t;
-                t = t < -32768 ? S{} - 32768 : t;
-                s += (U)(t * t);
-                s = s < kDistCap ? s : U{} + kDistCap;
-            }
+        for (int j = from; j < from + 5; ++j) {
+            H c;
+            __builtin_memcpy(&c, &kLspcb2T[j][k], sizeof c);
+            S t = (S{} + r[j]) - __builtin_convertvector(c, S);
+            t = t > 32767 ? S{} + 32767 : t;
+            t = t < -32768 ? S{} - 32768 : t;
+            s += (U)(((S{} + w[j]) * t >> 15) * t);  // each term 0..2^30
+            s = s < kDistCap ? s : U{} + kDistCap;
         }
-        __builtin_memcpy(d + i, &s, sizeof s);
+        __builtin_memcpy(d + k, &s, sizeof s);
     }
 }
 
@@ -174,19 +187,50 @@ XVO_VINLINE void dist1Vec(const int16_t* r, int32_t* d) {
 XVO_SSE41 void chebGridSse41(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
     chebGridVec<4>(x, n, f, shift, q23, y);
 }
-XVO_SSE41 void dist1Sse41(const int16_t* r, int32_t* d) { dist1Vec<4>(r, d); }
+/// First-stage distances from the pair-packed codebook: per 32-bit lane the
+/// saturated 16-bit differences of two entries, squared and summed by one
+/// multiply-add (at most 2^31, read as unsigned), then capped (every partial
+/// sum stays below 2^31 + 2^30, so the unsigned sum cannot wrap).
+XVO_SSE41 void dist1Sse41(const int16_t* r, int32_t* d) {
+    __m128i rp[5];
+    for (int p = 0; p < 5; ++p) rp[p] = _mm_set1_epi32(static_cast<int32_t>(kPairOf(r, p)));
+    const __m128i cap = _mm_set1_epi32(static_cast<int32_t>(kDistCap));
+    for (int i = 0; i < kNC0; i += 4) {
+        __m128i s = _mm_setzero_si128();
+        for (int p = 0; p < 5; ++p) {
+            const __m128i dv = _mm_subs_epi16(rp[p], _mm_load_si128(reinterpret_cast<const __m128i*>(&kLspcb1Pairs[p][i])));
+            s = _mm_min_epu32(_mm_add_epi32(s, _mm_madd_epi16(dv, dv)), cap);
+        }
+        _mm_store_si128(reinterpret_cast<__m128i*>(d + i), s);
+    }
+}
+XVO_SSE41 void dist2Sse41(const int16_t* r, const int16_t* w, int from, int32_t* d) { dist2Vec<4>(r, w, from, d); }
 XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
     chebGridVec<8>(x, n, f, shift, q23, y);
 }
-XVO_AVX2 void dist1Avx2(const int16_t* r, int32_t* d) { dist1Vec<8>(r, d); }
+XVO_AVX2 void dist1Avx2(const int16_t* r, int32_t* d) {
+    __m256i rp[5];
+    for (int p = 0; p < 5; ++p) rp[p] = _mm256_set1_epi32(static_cast<int32_t>(kPairOf(r, p)));
+    const __m256i cap = _mm256_set1_epi32(static_cast<int32_t>(kDistCap));
+    for (int i = 0; i < kNC0; i += 8) {
+        __m256i s = _mm256_setzero_si256();
+        for (int p = 0; p < 5; ++p) {
+            const __m256i dv =
+                _mm256_subs_epi16(rp[p], _mm256_load_si256(reinterpret_cast<const __m256i*>(&kLspcb1Pairs[p][i])));
+            s = _mm256_min_epu32(_mm256_add_epi32(s, _mm256_madd_epi16(dv, dv)), cap);
+        }
+        _mm256_store_si256(reinterpret_cast<__m256i*>(d + i), s);
+    }
+}
+XVO_AVX2 void dist2Avx2(const int16_t* r, const int16_t* w, int from, int32_t* d) { dist2Vec<8>(r, w, from, d); }
 
 #undef XVO_AVX2
 #undef XVO_SSE41
 #undef XVO_VINLINE
 
-constexpr OwnLspKernels kScalar{dist1Scalar, chebGridScalar};
-constexpr OwnLspKernels kSse41{dist1Sse41, chebGridSse41};
-constexpr OwnLspKernels kAvx2{dist1Avx2, chebGridAvx2};
+constexpr OwnLspKernels kScalar{dist1Scalar, chebGridScalar, dist2Scalar};
+constexpr OwnLspKernels kSse41{dist1Sse41, chebGridSse41, dist2Sse41};
+constexpr OwnLspKernels kAvx2{dist1Avx2, chebGridAvx2, dist2Avx2};
 
 }  // namespace
 

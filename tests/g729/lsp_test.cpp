@@ -249,6 +249,18 @@ TEST(LspEdges, DecodeWarnings) {
     for (int j = 0; j < 8; ++j) EXPECT_GE(lsf[j + 1] - lsf[j], 321);
 }
 
+TEST(LspEdges, ErasedResidualSaturates) {
+    // A full-scale memory against the most negative LSF drives the L_msu chain
+    // into saturation: the residual is pinned at -32768 in every position.
+    for (int16_t ma : {0, 1}) {
+        std::vector<int16_t> mem(40, 32767);
+        const std::vector<int16_t> lsf(10, -32768);
+        ASSERT_EQ(xvosLSFDecodeErased_G729_16s(ma, mem.data(), lsf.data()), xvoStsOk);
+        for (int j = 0; j < 10; ++j) EXPECT_EQ(mem[j], -32768) << j;
+        for (int j = 10; j < 40; ++j) EXPECT_EQ(mem[j], 32767) << j;
+    }
+}
+
 TEST(LspEdges, LagWindowLengths) {
     for (int len = 1; len <= 12; ++len) {
         int32_t r[12];
@@ -280,6 +292,40 @@ TEST(LspEdges, QuantRoundTripFromReset) {
 }
 
 // ---- fast paths and vector twins ------------------------------------------------------
+
+TEST(LspSimd, TableWalkShortcutEqualsStepwiseWalk) {
+    // The conversions start their downward walk from a per-byte table; the step
+    // by step walk of the definition must end at the same index for every value.
+    auto stepwise = [](const int16_t* lsp, int16_t* ind) {
+        int k = 63;
+        for (int i = 9; i >= 0; --i) {
+            while (kTable2[k] < lsp[i]) {
+                if (--k <= 0) break;
+            }
+            ind[i] = static_cast<int16_t>(k);
+        }
+    };
+    std::mt19937 rng(3);
+    std::uniform_int_distribution<int> any(-32767, 32767);  // -32768 saturates the Q13 result
+    for (int t = 0; t < 70000; ++t) {
+        int16_t lsp[10];
+        if (t < 65535) {
+            for (auto& v : lsp) v = static_cast<int16_t>(t - 32767);  // every value, repeated
+        } else {
+            for (auto& v : lsp) v = static_cast<int16_t>(any(rng));
+            std::sort(lsp, lsp + 10, std::greater<int16_t>());
+        }
+        int16_t ind[10], lsf[10], want[10];
+        stepwise(lsp, ind);
+        for (int i = 0; i < 10; ++i) {  // Lsp_lsf2 from the stepwise indices
+            const int32_t off = lsp[i] - kTable2[ind[i]];
+            const int32_t freq = std::min<int32_t>(32767, (ind[i] << 9) + ((2 * off * kSlopeAcos[ind[i]]) >> 12));
+            want[i] = static_cast<int16_t>((freq * 25736) >> 15);
+        }
+        ASSERT_EQ(xvosLSPToLSF_G729_16s(lsp, lsf), xvoStsOk);
+        ASSERT_TRUE(std::equal(lsf, lsf + 10, want)) << "lsp[0]=" << lsp[0];
+    }
+}
 
 TEST(LspSimd, FastChebyshevEqualsOperatorForm) {
     // Random, small, and saturating coefficients and points (including -32768).
@@ -317,6 +363,16 @@ TEST(LspSimd, TwinsEqualScalar) {
             ref.dist1(r, d0);
             k.dist1(r, d1);
             ASSERT_TRUE(std::equal(d0, d0 + 128, d1)) << "dist1, case " << t;
+
+            alignas(32) int16_t w[10];  // the perceptual weights are 1..32767
+            std::uniform_int_distribution<int> weight(1, 32767);
+            for (auto& v : w) v = static_cast<int16_t>(mode == 1 ? 32767 : weight(rng));
+            for (int from : {0, 5}) {
+                alignas(32) int32_t e0[32], e1[32];
+                ref.dist2(r, w, from, e0);
+                k.dist2(r, w, from, e1);
+                ASSERT_TRUE(std::equal(e0, e0 + 32, e1)) << "dist2, case " << t;
+            }
 
             int16_t f[6];
             for (int j = 0; j < 6; ++j) f[j] = static_cast<int16_t>(mode == 1 ? (any(rng) & 1 ? 32767 : -32768) : any(rng) >> (mode == 2 ? 4 : 0));

@@ -166,6 +166,8 @@ TEST(G729Tables, DerivedRelations) {
             EXPECT_EQ(static_cast<int16_t>(kLspcb1Pairs[p][i] & 0xffff), kLspcb1[i][2 * p]);
             EXPECT_EQ(static_cast<int16_t>(kLspcb1Pairs[p][i] >> 16), kLspcb1[i][2 * p + 1]);
         }
+    for (int j = 0; j < 10; ++j)
+        for (int k = 0; k < 32; ++k) EXPECT_EQ(kLspcb2T[j][k], kLspcb2[k][j]);
     for (int k = 0; k < 64; ++k) {  // the three cosine tables agree with the shared one
         EXPECT_EQ(kTable[k], xvo::kCosTable64[k]);
         EXPECT_EQ(kTable2[k], xvo::kCosTable64[k]);
