@@ -20,8 +20,8 @@ constexpr int kTableOrder = 10;    // order of the shared read-only sine table
 constexpr int kGenOrder = 11;      // from here the sine table is generated at init
 constexpr int kHeaderBytes = 160;  // record header, padded (192 = header + alignment room)
 
-// The record header fits the fixed
-// 168-byte record of the small orders after 32-byte alignment.
+// The record header fits the fixed 168-byte record of the small orders after
+// 32-byte alignment, and the 160 bytes kept before the tables of the others.
 static_assert(sizeof(XvoRealFFTSpec_32f) <= 168 - 32);
 static_assert(sizeof(XvoRealFFTSpec_32f) <= kHeaderBytes);
 
@@ -43,7 +43,7 @@ struct Sizes {
     std::int64_t spec, init, work;
     std::int64_t recomb;  // bytes of one recombination table
     std::int64_t twiddle; // bytes of the complex-pass twiddles
-    std::int64_t index;   // bytes of the index area
+    std::int64_t index;   // bytes kept for an index table (the autosort passes need none)
 };
 
 // Byte sizes for order k (k >= kTinyOrders): N = 2^k reals, M = N/2 complex.
@@ -188,7 +188,6 @@ void buildTables(XvoRealFFTSpec_32f* spec, int k, const Sizes& z, Xvo8u* initBuf
     auto* recI = reinterpret_cast<Xvo32f*>(p + z.recomb);
     Xvo8u* after = p + 2 * z.recomb;
     Xvo32f* tw = reinterpret_cast<Xvo32f*>(after);
-    auto* index = reinterpret_cast<Xvo32s*>(after + z.twiddle);
 
     Trig trig{};
     if (k < kGenOrder) {
@@ -221,7 +220,7 @@ void buildTables(XvoRealFFTSpec_32f* spec, int k, const Sizes& z, Xvo8u* initBuf
         fillPassTwiddles(tw, spec, k, trig);
         spec->twiddle = tw;
     }
-    spec->bitRev = z.twiddle == 0 ? nullptr : index;
+    spec->bitRev = nullptr;  // no reordering pass: its room stays unused
     spec->recombFwd = recF;
     spec->recombInv = recI;
 }

@@ -44,7 +44,7 @@ struct XvoRealFFTSpec_32f {
     Xvo32s hint;       ///< algorithm hint, stored as given
     Xvo32s workSize;   ///< bytes of work area a transform needs (0: none)
     Xvo32s allocated;  ///< 1 when the record came from xvoRealFFTInitAlloc
-    const Xvo32s* bitRev;     ///< half-length complex transform: pass plan / index table
+    const Xvo32s* bitRev;     ///< index table of the complex transform (null: the autosort passes need none)
     const Xvo32f* twiddle;    ///< half-length complex transform: twiddles
     const Xvo32f* recombFwd;  ///< real recombination twiddles, forward
     const Xvo32f* recombInv;  ///< real recombination twiddles, inverse
