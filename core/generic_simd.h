@@ -199,7 +199,7 @@ XVO_SIMD_TARGET inline void truncOuterRun(const int16_t* xp, const int16_t* yp, 
     const int valid = nLags < n ? nLags : n;
     for (int k0 = 0; k0 < valid; k0 += V::W) {
         typename V::I lo = V::zero(), hi = V::zero();
-        for (int i = 0; i < n - k0; i += 2) {
+        for (int i = 0; i < n - k0; i += 2) {  // pairs past n meet zeros
             const typename V::I xx = V::pairOf(xp + i);
             const typename V::I a = V::loadu(yp + k0 + i), b = V::loadu(yp + k0 + i + 1);
             lo = V::add32(lo, V::madd(V::unpackLo16(a, b), xx));
@@ -207,7 +207,11 @@ XVO_SIMD_TARGET inline void truncOuterRun(const int16_t* xp, const int16_t* yp, 
         }
         alignas(32) int32_t lag[V::W];
         V::storeLags(lo, hi, lag);
-        for (int l = 0; l < V::W && k0 + l < valid; ++l) out[k0 + l] = lag[l];
+        if (k0 + V::W <= valid) {
+            for (int l = 0; l < V::W; ++l) out[k0 + l] = lag[l];
+        } else {
+            for (int l = 0; k0 + l < valid; ++l) out[k0 + l] = lag[l];
+        }
     }
     for (int k = valid; k < nLags; ++k) out[k] = 0;
 }
