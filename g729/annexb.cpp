@@ -5,6 +5,9 @@
 // the main-body predictor 0, predictor 1 is 0.6 fg[0] + 0.4 fg[1].
 #include "g729/annexb.h"
 
+#include <cmath>
+#include <utility>
+
 #include "core/check.h"
 #include "core/fixed.h"
 #include "g729/g729_tables.h"
@@ -179,6 +182,113 @@ void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* i
     idx[2] = static_cast<int16_t>(pick2[0] % 16);
 }
 
+// ---- floating point ----------------------------------------------------------
+// The float forms follow the floating-point reference (Annex C+): the same
+// search on float tables (the fixed-point codebooks in Q13 and predictors in
+// Q15 scaled to float), gaps and limits in radians.
+
+namespace {
+
+constexpr float kQ13 = 1.0f / 8192.0f, kQ15 = 1.0f / 32768.0f, kQ12 = 1.0f / 4096.0f;
+constexpr float kLLimitF = 0.005f, kMLimitF = 3.135f, kGap3F = 0.0392f;
+constexpr float kMpF[2] = {0.065942075f, 0.12644604f};
+
+float cb1(int m, int j) { return kLspcb1[kPtrTab1[m]][j] * kQ13; }
+float cb2(int m, int j) { return kLspcb2[kPtrTab2[j < 5 ? 0 : 1][m]][j] * kQ13; }
+
+void rearrangeF(float* buf, float gap) {
+    for (int j = 1; j < kOrder; ++j) {
+        const float k = (buf[j - 1] - buf[j] + gap) * 0.5f;
+        if (k > 0.0f) buf[j - 1] -= k, buf[j] += k;
+    }
+}
+
+/// Keeps the kCand smallest of n errors, earliest first among equals.
+void smallestF(float* err, int n, int* pick) {
+    for (int q = 0; q < kCand; ++q) {
+        float best = 1.e38f;
+        int at = 0;
+        for (int i = 0; i < n; ++i)
+            if (err[i] < best) best = err[i], at = i;
+        err[at] = 1.e38f;
+        pick[q] = at;
+    }
+}
+
+void sidDecodeF(const int16_t* idx, float* prevFreq, float* lsf) {
+    const int p = idx[0];
+    float buf[kOrder];
+    for (int j = 0; j < kOrder; ++j) buf[j] = cb1(idx[1], j) + cb2(idx[2], j);
+    rearrangeF(buf, 0.0012f);
+    rearrangeF(buf, 0.0006f);
+    for (int j = 0; j < kOrder; ++j) {
+        float v = buf[j] * (kNoiseFgSum[p][j] * kQ15);
+        for (int k = 0; k < kMaNp; ++k) v += prevFreq[k * kOrder + j] * (kNoiseFg[p][k][j] * kQ15);
+        lsf[j] = v;
+    }
+    for (int i = 4 * kOrder - 1; i >= kOrder; --i) prevFreq[i] = prevFreq[i - kOrder];
+    for (int j = 0; j < kOrder; ++j) prevFreq[j] = buf[j];
+    for (int j = 0; j < kOrder - 1; ++j)
+        if (lsf[j + 1] < lsf[j]) std::swap(lsf[j], lsf[j + 1]);
+    if (lsf[0] < kLLimitF) lsf[0] = kLLimitF;
+    for (int j = 0; j < kOrder - 1; ++j)
+        if (lsf[j + 1] - lsf[j] < kGap3F) lsf[j + 1] = lsf[j] + kGap3F;
+    if (lsf[kOrder - 1] > kMLimitF) lsf[kOrder - 1] = kMLimitF;
+}
+
+void sidSearchF(const float* lsf, const float* prevFreq, int16_t* idx) {
+    constexpr float kPi = 3.14159265358979f;
+    float w[kOrder];
+    for (int i = 0; i < kOrder; ++i) {
+        const float t = i == 0 ? lsf[1] - kPi * 0.04f - 1.0f
+                        : i == kOrder - 1 ? kPi * 0.92f - lsf[kOrder - 2] - 1.0f
+                                          : lsf[i + 1] - lsf[i - 1] - 1.0f;
+        w[i] = t > 0.0f ? 1.0f : t * t * 10.0f + 1.0f;
+    }
+    w[4] *= 1.2f;
+    w[5] *= 1.2f;
+    float target[2][kOrder];
+    for (int p = 0; p < 2; ++p)
+        for (int j = 0; j < kOrder; ++j) {
+            float v = lsf[j];
+            for (int k = 0; k < kMaNp; ++k) v -= prevFreq[k * kOrder + j] * (kNoiseFg[p][k][j] * kQ15);
+            target[p][j] = v * (kNoiseFgSumInv[p][j] * kQ12);
+        }
+    float err1[2 * 32];
+    for (int p = 0; p < 2; ++p)
+        for (int m = 0; m < 32; ++m) {
+            float s = 0.0f;
+            for (int j = 0; j < kOrder; ++j) {
+                const float d = target[p][j] - cb1(m, j);
+                s += d * d;
+            }
+            err1[p * 32 + m] = s * kMpF[p];
+        }
+    int pick1[kCand];
+    smallestF(err1, 2 * 32, pick1);
+    float err2[kCand * 16];
+    for (int q = 0; q < kCand; ++q) {
+        const int p = pick1[q] / 32, m1 = pick1[q] % 32;
+        for (int m = 0; m < 16; ++m) {
+            float s = 0.0f;
+            for (int j = 0; j < kOrder; ++j) {
+                const float fs = kNoiseFgSum[p][j] * kQ15;
+                const float d = target[p][j] - cb1(m1, j) - cb2(m, j);
+                s += w[j] * (fs * fs) * (d * d);
+            }
+            err2[q * 16 + m] = s;
+        }
+    }
+    int pick2[kCand];
+    smallestF(err2, kCand * 16, pick2);
+    const int q = pick2[0] / 16;
+    idx[0] = static_cast<int16_t>(pick1[q] / 32);
+    idx[1] = static_cast<int16_t>(pick1[q] % 32);
+    idx[2] = static_cast<int16_t>(pick2[0] % 16);
+}
+
+}  // namespace
+
 }  // namespace xvo::g729
 
 using namespace xvo::g729;
@@ -206,6 +316,30 @@ XVOSC_API XvoStatus xvosLSFQuant_G729B_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDs
     ownSidLsfSearch_16s(lsf, pSrcDstPrevFreq, idx);
     for (int k = 0; k < 3; ++k) pDstIndices[k] = idx[k];
     return ownSidLsfDecode_16s(idx, pSrcDstPrevFreq, pDstQLSF);
+}
+
+XVOSC_API XvoStatus xvosLSFDecode_G729B_32f(const Xvo16s* pSrcIndices, Xvo32f* pSrcDstPrevFreq, Xvo32f* pDstLSF) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcIndices, pSrcDstPrevFreq, pDstLSF));
+    sidDecodeF(pSrcIndices, pSrcDstPrevFreq, pDstLSF);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosLSFQuant_G729B_32f(const Xvo32f* pSrcLSF, Xvo32f* pSrcDstPrevFreq, Xvo32f* pDstQLSF,
+                                           Xvo16s* pDstIndices) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcLSF, pSrcDstPrevFreq));
+    XVO_CHECK(xvo::ownCheckPtrs(pDstQLSF, pDstIndices));
+    float lsf[10];
+    for (int j = 0; j < 10; ++j) lsf[j] = pSrcLSF[j];
+    if (lsf[0] < kLLimitF) lsf[0] = kLLimitF;
+    for (int j = 0; j < 9; ++j)
+        if (lsf[j + 1] - lsf[j] < 2 * kGap3F) lsf[j + 1] = lsf[j] + 2 * kGap3F;
+    if (lsf[9] > kMLimitF) lsf[9] = kMLimitF;
+    if (lsf[9] < lsf[8]) lsf[8] = lsf[9] - kGap3F;
+    int16_t idx[3];
+    sidSearchF(lsf, pSrcDstPrevFreq, idx);
+    for (int k = 0; k < 3; ++k) pDstIndices[k] = idx[k];
+    sidDecodeF(idx, pSrcDstPrevFreq, pDstQLSF);
+    return xvoStsOk;
 }
 
 }  // extern "C"

@@ -942,6 +942,27 @@ XVOSC_API XvoStatus xvosLSFDecode_G729B_16s(const Xvo16s* pSrcIndices, Xvo16s* p
 XVOSC_API XvoStatus xvosLSFQuant_G729B_16s(const Xvo16s* pSrcLSF, Xvo16s* pSrcDstPrevFreq, Xvo16s* pDstQLSF,
                                            Xvo16s* pDstIndices);
 
+/** Float form of xvosLSFDecode_G729B_16s (the floating-point reference for Annex B): the same
+ *  steps on the codebooks and noise predictors scaled to float, gaps 0.0012 and 0.0006, limits
+ *  0.005, 0.0392 and 3.135 radians.
+ *  @param pSrcIndices     in: [predictor 0..1, first stage 0..31, second stage 0..15] (not checked).
+ *  @param pSrcDstPrevFreq in/out: 4 x 10 MA memory, radians.
+ *  @param pDstLSF         out: 10 LSF, radians.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk (the stabiliser's corrections are
+ *          not reported). */
+XVOSC_API XvoStatus xvosLSFDecode_G729B_32f(const Xvo16s* pSrcIndices, Xvo32f* pSrcDstPrevFreq, Xvo32f* pDstLSF);
+
+/** Float form of xvosLSFQuant_G729B_16s: spacing, float weights (1 + 10 (d - 1)^2 below a spacing of
+ *  1 radian, x1.2 for elements 4 and 5), first-stage errors weighted by Mp = 0.065942, 0.126446,
+ *  the same candidate search, then xvosLSFDecode_G729B_32f.
+ *  @param pSrcLSF         in: 10 LSF, radians.
+ *  @param pSrcDstPrevFreq in/out: 4 x 10 MA memory.
+ *  @param pDstQLSF        out: 10 quantised LSF.
+ *  @param pDstIndices     out: the 3 indices.
+ *  @return xvoStsNullPtr (pSrcLSF or pSrcDstPrevFreq, then pDstQLSF or pDstIndices); else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSFQuant_G729B_32f(const Xvo32f* pSrcLSF, Xvo32f* pSrcDstPrevFreq, Xvo32f* pDstQLSF,
+                                           Xvo16s* pDstIndices);
+
 /* ---- Annex B: analysis and comfort-noise kernels ------------------------ */
 
 /** G.729 Annex B windowed autocorrelation (the Annex B reference Autocorr): the 240 samples are

@@ -48,6 +48,34 @@ TEST(G729AnnexBGolden, SidLsfQuant) {
     }
 }
 
+// The float forms on the golden quantiser inputs (Q13 scaled to radians):
+// on the captured lines (the first 480; the synthetic ones saturate the
+// fixed-point errors) they mostly pick the fixed-point indices, and decoding
+// the golden indices gives the fixed-point LSF within rounding everywhere.
+TEST(G729AnnexBGolden, FloatFormsFollowTheFixedPoint) {
+    XVO_REQUIRE_VECTOR(path, "golden/g729/xvosLSFQuant_G729B_16s.txt");
+    const auto g = xvotest::loadGolden(path);
+    int same = 0;
+    for (const auto& row : g.rows) {
+        const auto lsf = as<Xvo16s>(g.in_(row, "lsf"));
+        const auto prev = as<Xvo16s>(g.in_(row, "prevFreq"));
+        std::vector<float> lf(10), pf(40), pf2(40), q(10), q2(10);
+        for (int j = 0; j < 10; ++j) lf[j] = lsf[j] / 8192.0f;
+        for (int j = 0; j < 40; ++j) pf[j] = pf2[j] = prev[j] / 8192.0f;
+        Xvo16s idx[3];
+        ASSERT_EQ(xvosLSFQuant_G729B_32f(lf.data(), pf.data(), q.data(), idx), xvoStsOk);
+        const auto want = g.out_(row, "indices");
+        if (&row - g.rows.data() < 480) same += idx[0] == want[0] && idx[1] == want[1] && idx[2] == want[2];
+        const Xvo16s wi[3] = {static_cast<Xvo16s>(want[0]), static_cast<Xvo16s>(want[1]), static_cast<Xvo16s>(want[2])};
+        ASSERT_EQ(xvosLSFDecode_G729B_32f(wi, pf2.data(), q2.data()), xvoStsOk);
+        const auto qlsf = g.out_(row, "qlsf");
+        for (int j = 0; j < 10; ++j) ASSERT_NEAR(q2[j], qlsf[j] / 8192.0f, 2e-3f);
+        const auto pOut = g.out_(row, "prevFreq");
+        for (int j = 0; j < 10; ++j) ASSERT_NEAR(pf2[j], pOut[j] / 8192.0f, 2e-3f);
+    }
+    EXPECT_GT(same, 480 * 95 / 100);
+}
+
 TEST(G729AnnexB, SidIndexZeroUsesTheMappedRowsAndShiftsTheMemory) {
     // (0, 0, 0): first-stage row 96, second-stage rows 31 (low half) and 16 (high half).
     using namespace xvo::g729;
