@@ -112,12 +112,16 @@ int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
     check(t);
     int64_t b2h = q23 ? 128 : 256, b2l = 0;
     int64_t b1h = t >> 16, b1l = (t >> 1) & 0x7fff;
+    // L_mult(-32768, -32768) saturates: Mpy_32_16 with hi = x = -32768 and
+    // L_mac(., b2h, -32768) with b2h = -32768 take the exact form.
+    const uint64_t xMin = static_cast<uint64_t>(x == MIN_16);
     for (int i = 2; i < kNC; ++i) {
+        out |= xMin & static_cast<uint64_t>(b1h == -32768);
         t = 2 * b1h * X + 2 * ((b1l * X) >> 15);
         check(t);
         t *= 2;
         check(t);
-        out |= static_cast<uint64_t>(b2h == -32768);  // L_mult(-32768, -32768) saturates
+        out |= static_cast<uint64_t>(b2h == -32768);
         t -= b2h * 65536;
         check(t);
         t -= 2 * b2l;
@@ -129,6 +133,7 @@ int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
         b1h = t >> 16;
         b1l = (t >> 1) & 0x7fff;
     }
+    out |= xMin & static_cast<uint64_t>(b1h == -32768);
     t = 2 * b1h * X + 2 * ((b1l * X) >> 15);
     check(t);
     out |= static_cast<uint64_t>(b2h == -32768);
