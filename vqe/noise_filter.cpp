@@ -346,6 +346,11 @@ void ownFilterBlock(State* st, const Xvo32f* src, Xvo32f* dst, int analysisContr
             if (analysisControl == 1) ownUpdateNoise(st);
         }
     }
+    // At level 0 neither synthesis nor the output delay line runs, and the
+    // out-of-place call does not copy pSrc to pDst: the soft-start stages
+    // below scale whatever pDst holds (the in-place call's own samples, so
+    // those pass undelayed). Kept as designed. A stored invalid level is not
+    // 0: it synthesises with the previous level's parameters.
     if (st->level != 0) {
         if (st->suppressWeight > 0.0f) ownSynthesise(st, in);
         ownDelayAndSmooth(st, dst);

@@ -3,7 +3,8 @@
 // low-pass noise. The caller marks pause blocks as noise updates, as a
 // gateway with a voice-activity detector would. Measured: the noise power
 // removed in the pauses, the speech-segment energy kept, determinism and
-// finiteness. Allocation during processing is checked in noise_noheap_test.
+// finiteness. That processing allocates nothing is proven by the contract
+// registry's no-heap test.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -412,7 +412,9 @@ TEST(NoiseFilter, DetectorConfirmsSteadyTone) {
                 for (int k = 0; k < 65; ++k) ASSERT_EQ(ns.v().noise[k], ns.v().power[k]);  // new noise estimate
             }
             ASSERT_EQ(stat, want) << blk;
-            if (blk < first) EXPECT_EQ(energy, 0.0);  // fewer than L1 samples held
+            if (blk < first) {
+                EXPECT_EQ(energy, 0.0);  // fewer than L1 samples held
+            }
         }
         EXPECT_EQ(firstConfirm, first + 3) << rate;  // the first candidate sets the reference, 3 stable follow
         EXPECT_EQ(confirms, (59 - first) / 3) << rate;  // then every third block
