@@ -176,10 +176,12 @@ TEST(RealFFT, MatchesDoublePrecisionForEveryOrderAndFlag) {
 }
 
 TEST(RealFFT, RoundTripRestoresTheSignal) {
-    for (int order : {0, 1, 3, 5, 6, 7, 9, 12}) {
+    // Order 22 runs the large-order path beyond the reference comparison.
+    for (int order : {0, 1, 3, 5, 6, 7, 9, 12, 22}) {
         const size_t n = size_t{1} << order;
         const auto x = randomSignal(n, order);
         for (int flag : {1, 2, 4, 8}) {
+            if (order > 20 && flag != 1) continue;
             Fft f(order, flag);
             std::vector<float> y(n);
             xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf());
