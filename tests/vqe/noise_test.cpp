@@ -49,7 +49,9 @@ TEST(NoiseFilter, SizesFollowTheFormula) {
         int size = -1;
         ASSERT_EQ(xvosFilterNoiseGetStateSize_EC_32f(XvoPCMFrequency(kRates[i]), &size), xvoStsOk);
         EXPECT_EQ(size, a32(spec) + a32(std::max(init, work)) + a32(4 * (kRates[i] * 1024 / 8000)) + 4960);
-        if (spec == 1344 && work == 544 && init == 0) EXPECT_EQ(size, expect[i]);
+        if (spec == 1344 && work == 544 && init == 0) {
+            EXPECT_EQ(size, expect[i]);
+        }
     }
 }
 
