@@ -28,23 +28,40 @@ struct Lanes {
     int sr1, sr2;   // the last two reconstructed signals (float with sign)
 };
 
+/// Vector constants of the predictor, made once per block and kept in
+/// registers (the empty asm hides their values, so the compiler does not
+/// rebuild them inside the loop).
+struct Consts {
+    __m256i m13, bias, m5, one5, m6, m4, rnd, top, m15;
+    XVO_G726_TGT XVO_G726_INLINE Consts()
+        : m13(_mm256_set1_epi32(0x1fff)),
+          bias(_mm256_set1_epi32(126)),
+          m5(_mm256_set1_epi32(31)),
+          one5(_mm256_set1_epi32(32)),
+          m6(_mm256_set1_epi32(63)),
+          m4(_mm256_set1_epi32(15)),
+          rnd(_mm256_set1_epi32(48)),
+          top(_mm256_set1_epi32(28)),
+          m15(_mm256_set1_epi32(0x7fff)) {
+        __asm__("" : "+x"(m13), "+x"(bias), "+x"(m5), "+x"(one5), "+x"(m6), "+x"(m4), "+x"(rnd), "+x"(top), "+x"(m15));
+    }
+};
+
 /// Sum of the zero-predictor terms b(k) * dq(k) for k = 2..6, as a plain
 /// (unwrapped) integer.
-XVO_G726_TGT XVO_G726_INLINE int olderTerms(__m128i coef, __m128i older) {
+XVO_G726_TGT XVO_G726_INLINE int olderTerms(const Consts& k, __m128i coef, __m128i older) {
     const __m256i c = _mm256_cvtepi16_epi32(coef);
     const __m256i f = _mm256_cvtepu16_epi32(older);  // lanes 0, 6, 7 zero: they contribute nothing
-    const __m256i mag = _mm256_and_si256(_mm256_abs_epi32(_mm256_srai_epi32(c, 2)), _mm256_set1_epi32(0x1fff));
+    const __m256i mag = _mm256_and_si256(_mm256_abs_epi32(_mm256_srai_epi32(c, 2)), k.m13);
     const __m256i fb = _mm256_castps_si256(_mm256_cvtepi32_ps(mag));  // exact for 13 bits
-    const __m256i e = _mm256_max_epi32(_mm256_sub_epi32(_mm256_srli_epi32(fb, 23), _mm256_set1_epi32(126)),
+    const __m256i e = _mm256_max_epi32(_mm256_sub_epi32(_mm256_srli_epi32(fb, 23), k.bias),
                                        _mm256_setzero_si256());  // bit length, 0 for 0
-    const __m256i m = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(fb, 18), _mm256_set1_epi32(31)),
-                                      _mm256_set1_epi32(32));
-    const __m256i fm = _mm256_and_si256(f, _mm256_set1_epi32(63));
-    const __m256i fe = _mm256_and_si256(_mm256_srli_epi32(f, 6), _mm256_set1_epi32(15));
-    const __m256i pm = _mm256_srli_epi32(_mm256_add_epi32(_mm256_mullo_epi16(m, fm), _mm256_set1_epi32(48)), 4);
-    const __m256i shift = _mm256_sub_epi32(_mm256_set1_epi32(28), _mm256_add_epi32(e, fe));
-    const __m256i prod =
-        _mm256_and_si256(_mm256_srlv_epi32(_mm256_slli_epi32(pm, 9), shift), _mm256_set1_epi32(0x7fff));
+    const __m256i m = _mm256_or_si256(_mm256_and_si256(_mm256_srli_epi32(fb, 18), k.m5), k.one5);
+    const __m256i fm = _mm256_and_si256(f, k.m6);
+    const __m256i fe = _mm256_and_si256(_mm256_srli_epi32(f, 6), k.m4);
+    const __m256i pm = _mm256_srli_epi32(_mm256_add_epi32(_mm256_mullo_epi16(m, fm), k.rnd), 4);
+    const __m256i shift = _mm256_sub_epi32(k.top, _mm256_add_epi32(e, fe));
+    const __m256i prod = _mm256_and_si256(_mm256_srlv_epi32(_mm256_slli_epi32(pm, 9), shift), k.m15);
     const __m256i neg = _mm256_srai_epi32(_mm256_xor_si256(c, _mm256_slli_epi32(f, 21)), 31);
     const __m256i w = _mm256_sub_epi32(_mm256_xor_si256(prod, neg), neg);
     __m128i s = _mm_add_epi32(_mm256_castsi256_si128(w), _mm256_extracti128_si256(w, 1));
@@ -86,11 +103,11 @@ XVO_G726_TGT XVO_G726_INLINE int update(Work& w, Lanes& v, int code, int y, int 
 }
 
 /// Signal estimate from the registers (G.726 ACCUM).
-XVO_G726_TGT XVO_G726_INLINE int predict(const Lanes& v, int& sez) {
+XVO_G726_TGT XVO_G726_INLINE int predict(const Consts& k, const Lanes& v, int& sez) {
     const __m128i older = _mm_and_si128(v.flt, _mm_set_epi16(0, 0, -1, -1, -1, -1, -1, 0));
-    const int sezi = fx::wrap16(olderTerms(v.coef, older) + fmult(v.b1, v.dq1));
+    const int sezi = fx::wrap16(olderTerms(k, v.coef, older) + fmultLookup(v.b1, v.dq1));
     sez = sezi >> 1;
-    return fx::wrap16(sezi + fmult(v.a1, v.sr1) + fmult(v.a2, v.sr2)) >> 1;
+    return fx::wrap16(sezi + fmultLookup(v.a1, v.sr1) + fmultLookup(v.a2, v.sr2)) >> 1;
 }
 
 XVO_G726_TGT XVO_G726_INLINE Lanes loadLanes(const Work& w) {
@@ -129,9 +146,10 @@ template <int R>
 XVO_G726_TGT void encodeBlock(Work& state, const int16_t* src, uint8_t* dst, int len) {
     Work w = state;
     Lanes v = loadLanes(w);
+    const Consts k;
     for (int i = 0; i < len; ++i) {
         int sez;
-        const int se = predict(v, sez);
+        const int se = predict(k, v, sez);
         const int y = scaleFactor(w);
         const int code = quantise<R>(fx::sat16(src[i] - se), y);
         dst[i] = static_cast<uint8_t>(code);
@@ -146,9 +164,10 @@ XVO_G726_TGT void decodeBlock(int law, Work& state, const uint8_t* src, int16_t*
     constexpr int kMask = (1 << kBits[R]) - 1;
     Work w = state;
     Lanes v = loadLanes(w);
+    const Consts k;
     for (int i = 0; i < len; ++i) {
         int sez;
-        const int se = predict(v, sez);
+        const int se = predict(k, v, sez);
         const int y = scaleFactor(w);
         const int code = src[i] & kMask;
         const int sr = update<R>(w, v, code, y, se, sez);

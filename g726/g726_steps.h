@@ -39,6 +39,16 @@ XVO_G726_INLINE int fmult(int coef, int fl) {
     return neg ? -prod : prod;
 }
 
+/// fmult with the coefficient normalised by one table lookup.
+XVO_G726_INLINE int fmultLookup(int coef, int fl) {
+    const int cf = kMagFloat[absv(coef >> 2) & 0x1fff];
+    const int pm = ((cf & 63) * (fl & 63) + 48) >> 4;
+    const int sum = (cf >> 6) + ((fl >> 6) & 15);
+    const int prod = ((pm << 9) >> (28 - sum)) & 0x7fff;
+    const int neg = ((fl >> 10) ^ (coef < 0)) & 1;
+    return neg ? -prod : prod;
+}
+
 /// Quantiser scale y (G.726 LIMA, MIX): the magnitude of (yu - yl) is
 /// weighted by al and the sign put back.
 XVO_G726_INLINE int scaleFactor(const Work& w) {

@@ -120,8 +120,9 @@ inline constexpr CodeTable kCodeTable = makeCodeTable();
 // Internal linkage: every kernel compiles its own copy for its instruction set.
 namespace {
 
-/// Number of significant bits of x (0 for 0).
-constexpr int bitLength(uint32_t x) { return x ? 32 - __builtin_clz(x) : 0; }
+/// Number of significant bits of x (0 for 0), without a branch: the index of
+/// the top bit of 2x + 1.
+constexpr int bitLength(uint32_t x) { return 63 - __builtin_clzll(2 * static_cast<uint64_t>(x) + 1); }
 
 /// Magnitude of dq from its log dql (G.726 ANTILOG; negative logs give 0).
 constexpr int antilog(int dql) {
@@ -152,6 +153,15 @@ constexpr std::array<uint32_t, kDqlMax + 2> makeDqTable() {
     return t;
 }
 inline constexpr auto kDqTable = makeDqTable();
+
+/// Floating form of every 13-bit magnitude: the normalisation of a predictor
+/// coefficient in G.726 FMULT, as one lookup.
+constexpr std::array<uint16_t, 8192> makeMagFloatTable() {
+    std::array<uint16_t, 8192> t{};
+    for (int m = 0; m < 8192; ++m) t[m] = static_cast<uint16_t>(toFloat(m));
+    return t;
+}
+inline constexpr auto kMagFloat = makeMagFloatTable();
 
 // ---------------------------------------------------------------------------
 // G.711 (ITU-T G.711 Tables 1 and 2): expansion of every byte to 16-bit
