@@ -695,6 +695,30 @@ XVOSC_API XvoStatus xvosFixedCodebookSearch_G729D_16s(const Xvo16s* pSrcCorr, co
 XVOSC_API XvoStatus xvosFixedCodebookSearch_G729D_32f(const Xvo32f* pSrcCorr, const Xvo32f* pSrcImpulseResponse,
                                                       Xvo32f* pDstFixedVector, Xvo16s* pDstCode);
 
+/** G.729 Annex E search of the forward-adaptive 11.8 kbit/s mode (the reference ACELP_10i40_35bits):
+ *  10 signed pulses, two per track on the 5 tracks; pulse signs from the target correlation and the
+ *  LTP residual; a depth-first search of 4 pulse-pair stages from the 3 best starting track pairs.
+ *  The search builds its own correlations, so it takes the target, residual and impulse response.
+ *  @param pSrcTarget          in: x[40], the target, Q0.
+ *  @param pSrcLtpResidual     in: cn[40], the residual after long-term prediction, Q0.
+ *  @param pSrcImpulseResponse in: h[40], Q12.
+ *  @param pDstFixedVector     out: 40 samples, Q12 (+-4096 per pulse, summed where two coincide).
+ *  @param pDstFltFixedVector  out: 40 samples, the code vector filtered by h, Q11.
+ *  @param pDstCode            out: 5 words of 7 bits, one per track (3 bits of the second position,
+ *                             1 sign bit, 3 bits of the first position, as the Annex E bitstream).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729E_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcLtpResidual,
+                                                      const Xvo16s* pSrcImpulseResponse, Xvo16s* pDstFixedVector,
+                                                      Xvo16s* pDstFltFixedVector, Xvo16s* pDstCode);
+
+/** Float form of xvosFixedCodebookSearch_G729E_16s (the floating-point reference for Annexes C+):
+ *  the same stages on the unscaled h with float correlations; code vector +-1.0 per pulse,
+ *  filtered vector in the scale of h, the same 5 code words.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookSearch_G729E_32f(const Xvo32f* pSrcTarget, const Xvo32f* pSrcLtpResidual,
+                                                      const Xvo32f* pSrcImpulseResponse, Xvo32f* pDstFixedVector,
+                                                      Xvo32f* pDstFltFixedVector, Xvo16s* pDstCode);
+
 /* ---- Correlation matrices of the impulse response ----------------------- */
 
 /** Packed 616-entry correlation matrix of the impulse response for the G.729 searches

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <random>
@@ -156,6 +157,33 @@ TEST(G729FcbReference, AnnexDSearch) {
     }
     EXPECT_EQ(hash.h, 0x4c035ca27fa8104eull);
     EXPECT_GT(agreeF, static_cast<int>(g.rows.size() * 9 / 10));
+}
+
+// Annex E: generated targets, residuals and impulse responses; the hashes
+// are those of the reference ACELP_10i40_35bits (code vector, filtered
+// vector, 5 indices) and of its floating-point twin (indices and code vector).
+TEST(G729FcbReference, AnnexESearch) {
+    Lcg lcg{7297};
+    Fnv h16, hf;
+    for (int r = 0; r < 300; ++r) {
+        int16_t h[40], x[40], cn[40];
+        lcg.impulse(h);
+        const int amp = std::array<int, 4>{100, 1000, 5000, 20000}[lcg.next(0, 3)];
+        for (auto& v : x) v = static_cast<int16_t>(lcg.next(-amp, amp));
+        for (int i = 0; i < 40; ++i) cn[i] = static_cast<int16_t>(std::clamp(x[i] + lcg.next(-amp / 2, amp / 2), -32768, 32767));
+        int16_t code[40], y[40], idx[5];
+        ASSERT_EQ(xvosFixedCodebookSearch_G729E_16s(x, cn, h, code, y, idx), xvoStsOk);
+        for (int16_t v : code) h16.add(v);
+        for (int16_t v : y) h16.add(v);
+        for (int16_t v : idx) h16.add(v);
+        float xf[40], cf[40], hf2[40], codef[40], yf[40];
+        for (int i = 0; i < 40; ++i) xf[i] = x[i], cf[i] = cn[i], hf2[i] = h[i] / 4096.0f;
+        ASSERT_EQ(xvosFixedCodebookSearch_G729E_32f(xf, cf, hf2, codef, yf, idx), xvoStsOk);
+        for (int16_t v : idx) hf.add(v);
+        for (float v : codef) hf.add(static_cast<int16_t>(v));
+    }
+    EXPECT_EQ(h16.h, 0x22d618148bf7e0b9ull);
+    EXPECT_EQ(hf.h, 0x4e863a55b2b2d4efull);
 }
 
 /// Entry (p, q) straight from its definition: the doubled sum over
