@@ -148,10 +148,12 @@ void BM_LSFDecode(benchmark::State& state) {
 BENCHMARK_CAPTURE(BM_LPCToLSP, G729/xvosc, false);
 BENCHMARK_CAPTURE(BM_LPCToLSP, G729A/xvosc, true);
 BENCHMARK_CAPTURE(BM_LPCToLSPKernel, G729/scalar, OwnCpuLevel::Scalar);
+BENCHMARK_CAPTURE(BM_LPCToLSPKernel, G729/sse41, OwnCpuLevel::SSE41);
 BENCHMARK_CAPTURE(BM_LPCToLSPKernel, G729/avx2, OwnCpuLevel::AVX2);
 BENCHMARK(BM_LPCToLSP32f)->Name("BM_LPCToLSP/G729_32f/xvosc");
 BENCHMARK_CAPTURE(BM_Quant, LSF_G729/xvosc, false);
 BENCHMARK_CAPTURE(BM_LSFQuantSearch, G729/scalar, OwnCpuLevel::Scalar);
+BENCHMARK_CAPTURE(BM_LSFQuantSearch, G729/sse41, OwnCpuLevel::SSE41);
 BENCHMARK_CAPTURE(BM_LSFQuantSearch, G729/avx2, OwnCpuLevel::AVX2);
 BENCHMARK_CAPTURE(BM_Quant, LSP_G729/xvosc, true);
 BENCHMARK(BM_LSFDecode)->Name("BM_LSFDecode/G729/xvosc");
