@@ -22,6 +22,7 @@ namespace {
 struct Lanes {
     __m128i coef;   // b1..b6 in 16-bit lanes 0..5, lanes 6 and 7 zero
     __m128i flt;    // dq1..dq6 (float with sign) in lanes 0..5, lanes 6 and 7 zero
+    __m128i older;  // flt without lane 0: ready before the newest dq is
     int b1;         // lane 0 of coef
     int dq1;        // lane 0 of flt
     int a1, a2;     // pole coefficients
@@ -77,16 +78,18 @@ XVO_G726_TGT XVO_G726_INLINE int update(Work& w, Lanes& v, int code, int y, int 
     const int dql = ci.dqln + (y >> 2);
     const uint32_t dq = kDqTable[dql < 0 ? 0 : dql + 1];  // magnitude, and its float above
     const SampleUpdate u = adaptScalar<R>(w, ci, code, static_cast<int>(dq & 0xffff), y, se, sez, v.a1, v.a2);
-    // b(k): leak, and +-128 towards sign agreement of dq and dq(k) when dq is not zero.
-    const int16_t sgn = static_cast<int16_t>(-u.dqs);
-    const __m128i differ = _mm_srai_epi16(_mm_xor_si128(_mm_slli_epi16(v.flt, 5), _mm_set1_epi16(sgn)), 15);
-    const int step = u.dqmag ? 128 : 0;
-    const __m128i delta = _mm_sub_epi16(_mm_xor_si128(_mm_set1_epi16(static_cast<int16_t>(step)), differ), differ);
+    // b(k): leak, and +-128 towards sign agreement of dq and dq(k) when dq is not
+    // zero. The step of each code (0 for the codes whose dq is always 0, as y is
+    // never below 544) comes straight from a table indexed by the code, so the
+    // next estimate need not wait for dq.
+    const __m128i stepLanes = _mm_load_si128(reinterpret_cast<const __m128i*>(kCodeTable.stepLanes[R][code]));
+    const __m128i negative = _mm_srai_epi16(_mm_slli_epi16(v.flt, 5), 15);  // -1 where dq(k) < 0
+    const __m128i delta = _mm_sub_epi16(_mm_xor_si128(stepLanes, negative), negative);
     const __m128i b = _mm_sub_epi16(_mm_add_epi16(v.coef, delta), _mm_srai_epi16(v.coef, kLeak));
-    const int b1 = fx::wrap16(v.b1 + ((((v.dq1 >> 10) ^ u.dqs) & 1) ? -step : step) - (v.b1 >> kLeak));
+    const int b1 = fx::wrap16(v.b1 + ((v.dq1 >> 10) & 1 ? -ci.step : ci.step) - (v.b1 >> kLeak));
     const int dqf = (u.dqs << 10) | static_cast<int>(dq >> 16);
-    v.flt = _mm_insert_epi16(_mm_and_si128(_mm_slli_si128(v.flt, 2), _mm_set_epi16(0, 0, -1, -1, -1, -1, -1, 0)),
-                             dqf, 0);
+    v.older = _mm_and_si128(_mm_slli_si128(v.flt, 2), _mm_set_epi16(0, 0, -1, -1, -1, -1, -1, 0));
+    v.flt = _mm_insert_epi16(v.older, dqf, 0);
     v.dq1 = dqf;
     v.sr2 = v.sr1;
     v.sr1 = srFloat(u.sr);
@@ -104,8 +107,7 @@ XVO_G726_TGT XVO_G726_INLINE int update(Work& w, Lanes& v, int code, int y, int 
 
 /// Signal estimate from the registers (G.726 ACCUM).
 XVO_G726_TGT XVO_G726_INLINE int predict(const Consts& k, const Lanes& v, int& sez) {
-    const __m128i older = _mm_and_si128(v.flt, _mm_set_epi16(0, 0, -1, -1, -1, -1, -1, 0));
-    const int sezi = fx::wrap16(olderTerms(k, v.coef, older) + fmultLookup(v.b1, v.dq1));
+    const int sezi = fx::wrap16(olderTerms(k, v.coef, v.older) + fmultLookup(v.b1, v.dq1));
     sez = sezi >> 1;
     return fx::wrap16(sezi + fmultLookup(v.a1, v.sr1) + fmultLookup(v.a2, v.sr2)) >> 1;
 }
@@ -119,6 +121,7 @@ XVO_G726_TGT XVO_G726_INLINE Lanes loadLanes(const Work& w) {
     }
     v.coef = _mm_load_si128(reinterpret_cast<const __m128i*>(c));
     v.flt = _mm_load_si128(reinterpret_cast<const __m128i*>(f));
+    v.older = _mm_and_si128(v.flt, _mm_set_epi16(0, 0, -1, -1, -1, -1, -1, 0));
     v.b1 = w.coef[0];
     v.dq1 = w.flt[0];
     v.a1 = w.coef[6];

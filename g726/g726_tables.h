@@ -85,15 +85,19 @@ inline constexpr int16_t kDqln32[8] = {-2048, 4, 135, 213, 273, 323, 373, 425};
 inline constexpr int16_t kDqln40[16] = {-2048, -66, 28, 104, 169, 224, 274, 318,
                                         358,   395, 429, 459, 488, 514, 539, 566};
 
-/// Everything the recursion needs about one received code, in one 8-byte entry.
+/// Everything the recursion needs about one received code.
 struct CodeInfo {
     int32_t w;     // scale-factor multiplier, times 32
     int16_t f;     // speed-control function, times 512
     int16_t dqln;  // log of the reconstructed magnitude
+    int16_t step;  // step of b(k) when dq(k) is not negative: 0 when dq is 0
+                   // (dqln -2048), else +128 for a non-negative code, -128 for a negative one
+    int16_t pad;
 };
 
 struct CodeTable {
     CodeInfo code[kRates][32];  // codes past 2^bits repeat entry 0 (never used)
+    alignas(16) int16_t stepLanes[kRates][32][8];  // the step of each code in eight lanes
 };
 
 constexpr CodeTable makeCodeTable() {
@@ -106,7 +110,9 @@ constexpr CodeTable makeCodeTable() {
         for (int c = 0; c < 32; ++c) {
             const int code = c < 2 * half ? c : 0;
             const int m = code < half ? code : 2 * half - 1 - code;  // mirrored half
-            t.code[r][c] = {w[r][m], f[r][m], l[r][m]};
+            const int16_t step = l[r][m] == -2048 ? 0 : (code < half ? 128 : -128);
+            t.code[r][c] = {w[r][m], f[r][m], l[r][m], step, 0};
+            for (auto& lane : t.stepLanes[r][c]) lane = step;
         }
     }
     return t;
