@@ -107,16 +107,17 @@ struct Trig {
     }
 };
 
-// Radices of the complex passes for M = 2^m, m >= 4: an odd count, radix 8
-// first when it fits (so later passes have stride >= 8), then radix 4, with
-// radix 8 or 2 where the bit count or the parity needs them.
+// Radices of the complex passes for M = 2^m, m >= 4. Up to M = 64 two passes
+// (16 = 4 * 4, 32 = 8 * 4, 64 = 8 * 8) with a second buffer on the stack.
+// Above, an odd count (the passes alternate between the work area and the
+// destination): radix 8 first (so later passes have stride >= 8), then
+// radix 4, with radix 8 or 2 where the bit count or the parity needs them.
 int planPasses(int m, Xvo8u* radix) {
     int bits[16], n = 0;
     int rest = m;
-    if (m == 4) {  // 16 = 4 * 2 * 2
-        bits[n++] = 2;
-        bits[n++] = 1;
-        bits[n++] = 1;
+    if (m <= 6) {
+        bits[n++] = m == 4 ? 2 : 3;
+        bits[n++] = m - bits[0];
     } else {
         bits[n++] = 3;
         rest -= 3;

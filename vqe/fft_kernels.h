@@ -334,23 +334,32 @@ void complexPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& first, cons
     }
 }
 
-// Fixed three-pass plans of the small orders, unrolled by the compiler.
-template <class V, bool FirstI, bool LastI, int M, int R0, int R1, int R2>
-XVO_FFT_INLINE void complexPasses3(const Xvo32f* tw, const Buf& first, const Buf& a, const Buf& b, const Buf& last) {
-    constexpr int n1 = M / R0, n2 = n1 / R1;
+// The fixed plans of the small orders, unrolled by the compiler: two passes
+// up to M = 64, three (8 * 4 * 4) at M = 128.
+template <class V, bool FirstI, bool LastI, int M, int R0>
+XVO_FFT_INLINE void complexPasses2(const Xvo32f* tw, const Buf& first, const Buf& a, const Buf& last) {
+    constexpr int n1 = M / R0;
     passAny<V, R0, FirstI, false>(M, 1, first, a, tw);
-    passAny<V, R1, false, false>(n1, R0, a, b, tw + 2 * (M - n1));
-    passAny<V, R2, false, LastI>(n2, R0 * R1, b, last, tw + 2 * (M - n2));
+    passAny<V, n1, false, LastI>(n1, R0, a, last, tw + 2 * (M - n1));
 }
 
+template <class V, bool FirstI, bool LastI>
+XVO_FFT_INLINE void complexPasses128(const Xvo32f* tw, const Buf& first, const Buf& a, const Buf& b,
+                                     const Buf& last) {
+    passAny<V, 8, FirstI, false>(128, 1, first, a, tw);
+    passAny<V, 4, false, false>(16, 8, a, b, tw + 2 * (128 - 16));
+    passAny<V, 4, false, LastI>(4, 32, b, last, tw + 2 * (128 - 4));
+}
+
+// Passes from `first` to `last` through a and b (M <= 64: through a only).
 template <class V, bool FirstI, bool LastI>
 XVO_FFT_INLINE void runPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& first, const Buf& a, const Buf& b,
                               const Buf& last) {
     switch (M) {  // the plans planPasses gives these sizes
-        case 16: complexPasses3<V, FirstI, LastI, 16, 4, 2, 2>(spec->twiddle, first, a, b, last); break;
-        case 32: complexPasses3<V, FirstI, LastI, 32, 8, 2, 2>(spec->twiddle, first, a, b, last); break;
-        case 64: complexPasses3<V, FirstI, LastI, 64, 8, 4, 2>(spec->twiddle, first, a, b, last); break;
-        case 128: complexPasses3<V, FirstI, LastI, 128, 8, 4, 4>(spec->twiddle, first, a, b, last); break;
+        case 16: complexPasses2<V, FirstI, LastI, 16, 4>(spec->twiddle, first, a, last); break;
+        case 32: complexPasses2<V, FirstI, LastI, 32, 8>(spec->twiddle, first, a, last); break;
+        case 64: complexPasses2<V, FirstI, LastI, 64, 8>(spec->twiddle, first, a, last); break;
+        case 128: complexPasses128<V, FirstI, LastI>(spec->twiddle, first, a, b, last); break;
         default: complexPasses<V, FirstI, LastI>(spec, M, first, a, b, last); break;
     }
 }
@@ -452,9 +461,15 @@ void realFwd(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo
     const Xvo32f s = spec->fwdScale;
     const Buf in{const_cast<Xvo32f*>(src), nullptr};
     const Buf w{work, work + M}, d{dst, dst + M};
+    if (M <= 64) {  // two passes: work, then a stack buffer
+        alignas(32) Xvo32f second[128];
+        const Buf b{second, second + M};
+        runPasses<V, true, false>(spec, M, in, w, b, b);
+        recombFwd<V>(second, second + M, dst, spec->recombFwd, spec->recombFwd + M / 2, M, s);
+        return;
+    }
     // Odd pass count: pass 1 writes work, pass 2 dst, ..., the last work.
     runPasses<V, true, false>(spec, M, in, w, d, w);
-
     recombFwd<V>(work, work + M, dst, spec->recombFwd, spec->recombFwd + M / 2, M, s);
 }
 
@@ -468,6 +483,12 @@ void realInv(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo
     recombInv<V>(src, work, work + M, spec->recombInv, spec->recombInv + M / 2, M, s);
 
     const Buf w{work, work + M}, d{dst, dst + M}, out{dst, nullptr};
+    if (M <= 64) {  // two passes: a stack buffer, then dst interleaved
+        alignas(32) Xvo32f second[128];
+        const Buf b{second, second + M};
+        runPasses<V, false, true>(spec, M, w, b, b, out);
+        return;
+    }
     // Pass 1 writes dst, pass 2 work, ..., the last (odd) one dst, interleaved.
     runPasses<V, false, true>(spec, M, w, d, w, out);
 }
