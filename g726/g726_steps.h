@@ -16,7 +16,7 @@
 #include "g726/g726_kernel.h"
 #include "g726/g726_tables.h"
 
-#define XVO_G726_INLINE [[gnu::always_inline]] inline
+#define XVO_G726_INLINE __attribute__((always_inline)) inline
 
 namespace xvo::g726 {
 namespace {
