@@ -22,34 +22,25 @@ constexpr int kSubfr = 40;
 int16_t pitchGain(const int16_t* xn, const int16_t* y1, int16_t* gc) {
     int16_t sy[kSubfr];
     for (int i = 0; i < kSubfr; ++i) sy[i] = shr(y1[i], 2);
-    bool ovf = false;
-    int32_t s = 1;  // avoids an all-zero sum
-    for (int i = 0; i < kSubfr; ++i) s = L_mac(s, y1[i], y1[i], ovf);
-    int16_t expYY, yy;
-    if (!ovf) {
-        expYY = norm_l(s);
-        yy = round_fx(L_shl(s, expYY));
-    } else {
-        s = 1;
-        for (int i = 0; i < kSubfr; ++i) s = L_mac(s, sy[i], sy[i]);
-        expYY = norm_l(s);
-        yy = round_fx(L_shl(s, expYY));
-        expYY = sub(expYY, 4);
-    }
-    ovf = false;
-    s = 0;
-    for (int i = 0; i < kSubfr; ++i) s = L_mac(s, xn[i], y1[i], ovf);
-    int16_t expXY, xy;
-    if (!ovf) {
-        expXY = norm_l(s);
-        xy = round_fx(L_shl(s, expXY));
-    } else {
-        s = 0;
-        for (int i = 0; i < kSubfr; ++i) s = L_mac(s, xn[i], sy[i]);
-        expXY = norm_l(s);
-        xy = round_fx(L_shl(s, expXY));
-        expXY = sub(expXY, 2);
-    }
+    // A dot product normalised to 16 bits; when it overflows it is taken
+    // again on y1/4 and the exponent corrected by `redo`.
+    auto normDot = [&](const int16_t* a, bool scaleBoth, int32_t init, int16_t redo, int16_t& mant) {
+        bool ovf = false;
+        int32_t s = init;
+        for (int i = 0; i < kSubfr; ++i) s = L_mac(s, a[i], y1[i], ovf);
+        int16_t e = 0;
+        if (ovf) {
+            s = init;
+            for (int i = 0; i < kSubfr; ++i) s = L_mac(s, scaleBoth ? sy[i] : a[i], sy[i]);
+            e = redo;
+        }
+        const int16_t n = norm_l(s);
+        mant = round_fx(L_shl(s, n));
+        return sub(n, e);
+    };
+    int16_t yy, xy;
+    const int16_t expYY = normDot(y1, true, 1, 4, yy);  // 1 avoids an all-zero sum
+    const int16_t expXY = normDot(xn, false, 0, 2, xy);
     gc[0] = yy;
     gc[1] = sub(15, expYY);
     gc[2] = xy;
