@@ -51,7 +51,7 @@ void dist2Scalar(const int16_t* r, const int16_t* w, int from, int32_t* d) {
 }
 
 void chebGridScalar(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
-    for (int i = 0; i < n; ++i) y[i] = ownChebpsExact_16s(x[i], f, shift, q23);
+    for (int i = 0; i < n; ++i) y[i] = ownChebps_16s(x[i], f, shift, q23);  // tested equal to the exact form
 }
 
 // ---- vector forms -----------------------------------------------------------------
