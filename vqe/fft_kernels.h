@@ -8,13 +8,15 @@
 // i x[2n+1] and transformed by a split-format (separate real and imaginary
 // arrays) Stockham autosort FFT: each pass of radix r over sub-length n with
 // stride s reads a_j = in[q + s(p + j n/r)] and writes
-// DFT_r(a)_j * w_n^(j p) to out[q + s(r p + j)]. Passes ping-pong between the
-// work area and the destination; the pass count is odd so that an in-place
-// call never overwrites input it still has to read. The real spectrum is then
-// recombined from Z[k] and Z[M-k]; the inverse runs the recombination first
-// and the same forward complex passes on re/im-swapped data
-// (IDFT(Z) = swap(DFT(swap(Z)))). The 1/2 of the recombination and the
-// normalisation are folded into the recombination twiddles.
+// DFT_r(a)_j * w_n^(j p) to out[q + s(r p + j)]. Up to M = 64 two passes go
+// through a second buffer on the stack; above, the passes ping-pong between
+// the work area and the destination, an odd count of them, so that an
+// in-place call never overwrites input it still has to read. The real
+// spectrum is then recombined from Z[k] and Z[M-k]; the inverse runs the
+// recombination first and the same forward complex passes on re/im-swapped
+// data (IDFT(Z) = swap(DFT(swap(Z)))). The 1/2 of the recombination and the
+// normalisation are folded into the recombination twiddles (built by
+// fft.cpp).
 //
 // Everything here has internal linkage so that each translation unit keeps
 // its own instantiations compiled for its own instruction set.
@@ -449,7 +451,7 @@ void recombInv(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, cons
 }
 
 // ---------------------------------------------------------------------------
-// Whole transforms for order >= 5 (M >= 16). work holds 2M floats.
+// Whole transforms for order >= 5 (M >= 16). work holds 2M floats, dst N.
 template <class V>
 void realFwd(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
     const int N = 1 << spec->order, M = N / 2;
