@@ -295,7 +295,7 @@ TEST(LspEdges, QuantRoundTripFromReset) {
 
 TEST(LspSimd, TableWalkShortcutEqualsStepwiseWalk) {
     // The conversions start their downward walk from a per-byte table; the step
-    // by step walk of the definition must end at the same index for every value.
+    // by step walk of the reference must end at the same index for every value.
     auto stepwise = [](const int16_t* lsp, int16_t* ind) {
         int k = 63;
         for (int i = 9; i >= 0; --i) {
