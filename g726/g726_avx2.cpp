@@ -154,7 +154,7 @@ XVO_G726_TGT void encodeBlock(Work& state, const int16_t* src, uint8_t* dst, int
         int sez;
         const int se = predict(k, v, sez);
         const int y = scaleFactor(w);
-        const int code = quantise<R>(fx::sat16(src[i] - se), y);
+        const int code = quantise<R>(src[i] - se, y);
         dst[i] = static_cast<uint8_t>(code);
         update<R>(w, v, code, y, se, sez);
     }
@@ -162,8 +162,8 @@ XVO_G726_TGT void encodeBlock(Work& state, const int16_t* src, uint8_t* dst, int
     state = w;
 }
 
-template <int R>
-XVO_G726_TGT void decodeBlock(int law, Work& state, const uint8_t* src, int16_t* dst, int len) {
+template <int R, bool kLinear>
+XVO_G726_TGT XVO_G726_INLINE void decodeLoop(int law, Work& state, const uint8_t* src, int16_t* dst, int len) {
     constexpr int kMask = (1 << kBits[R]) - 1;
     Work w = state;
     Lanes v = loadLanes(w);
@@ -174,10 +174,19 @@ XVO_G726_TGT void decodeBlock(int law, Work& state, const uint8_t* src, int16_t*
         const int y = scaleFactor(w);
         const int code = src[i] & kMask;
         const int sr = update<R>(w, v, code, y, se, sez);
-        dst[i] = static_cast<int16_t>(law == XVO_PCM_LINEAR ? lim(sr, -8192, 8191) : toLaw<R>(law, sr, se, y, code));
+        dst[i] = static_cast<int16_t>(kLinear ? lim(sr, -8192, 8191) : toLaw<R>(law, sr, se, y, code));
     }
     storeLanes(v, w);
     state = w;
+}
+
+/// The output law is fixed for a block: one loop per kind.
+template <int R>
+XVO_G726_TGT void decodeBlock(int law, Work& state, const uint8_t* src, int16_t* dst, int len) {
+    if (law == XVO_PCM_LINEAR)
+        decodeLoop<R, true>(law, state, src, dst, len);
+    else
+        decodeLoop<R, false>(law, state, src, dst, len);
 }
 
 }  // namespace

@@ -47,15 +47,15 @@ void encodeBlock(Work& state, const int16_t* src, uint8_t* dst, int len) {
         int sez;
         const int se = predict(w, sez);
         const int y = scaleFactor(w);
-        const int code = quantise<R>(fx::sat16(src[i] - se), y);
+        const int code = quantise<R>(src[i] - se, y);
         dst[i] = static_cast<uint8_t>(code);
         update<R>(w, code, y, se, sez);
     }
     state = w;
 }
 
-template <int R>
-void decodeBlock(int law, Work& state, const uint8_t* src, int16_t* dst, int len) {
+template <int R, bool kLinear>
+XVO_G726_INLINE void decodeLoop(int law, Work& state, const uint8_t* src, int16_t* dst, int len) {
     constexpr int kMask = (1 << kBits[R]) - 1;
     Work w = state;
     for (int i = 0; i < len; ++i) {
@@ -64,9 +64,18 @@ void decodeBlock(int law, Work& state, const uint8_t* src, int16_t* dst, int len
         const int y = scaleFactor(w);
         const int code = src[i] & kMask;
         const int sr = update<R>(w, code, y, se, sez);
-        dst[i] = static_cast<int16_t>(law == XVO_PCM_LINEAR ? lim(sr, -8192, 8191) : toLaw<R>(law, sr, se, y, code));
+        dst[i] = static_cast<int16_t>(kLinear ? lim(sr, -8192, 8191) : toLaw<R>(law, sr, se, y, code));
     }
     state = w;
+}
+
+/// The output law is fixed for a block: one loop per kind.
+template <int R>
+void decodeBlock(int law, Work& state, const uint8_t* src, int16_t* dst, int len) {
+    if (law == XVO_PCM_LINEAR)
+        decodeLoop<R, true>(law, state, src, dst, len);
+    else
+        decodeLoop<R, false>(law, state, src, dst, len);
 }
 
 }  // namespace

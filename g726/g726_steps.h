@@ -59,11 +59,13 @@ XVO_G726_INLINE int scaleFactor(const Work& w) {
     return ylh + (dif < 0 ? -prod : prod);
 }
 
-/// Adaptive quantiser (G.726 LOG, SUBTB, QUAN) of a 16-bit difference d.
+/// Adaptive quantiser (G.726 SUBTA, LOG, SUBTB, QUAN) of the difference d of
+/// the input and the estimate. The difference is a 16-bit word saturated at
+/// both ends, so its magnitude is |d| limited to 32767.
 template <int R>
 XVO_G726_INLINE int quantise(int d, int y) {
     const int neg = d < 0;
-    const int mag = neg ? (d == -32768 ? 32767 : -d) : d;
+    const int mag = lim(absv(d), 0, 32767);
     const int e = bitLength(static_cast<uint32_t>(mag >> 1));  // bit length - 1, 0 for 0 and 1
     const int dl = (e << 7) + (((mag << 7) >> e) & 127);
     const int dln = lim(dl - (y >> 2), kDlnMin, kDlnMax);
@@ -95,9 +97,7 @@ XVO_G726_INLINE SampleUpdate adaptScalar(Work& w, const CodeInfo& ci, int code, 
     const int dq = u.dqs ? -dqmag : dqmag;
 
     // Transition detector, on the scale factor and tone flag of the last sample.
-    const int ylint = w.yl >> 15;
-    const int thr = ylint > 9 ? 31744 : (((w.yl >> 10) & 31) + 32) << ylint;
-    u.tr = w.td && dqmag > ((thr + (thr >> 1)) >> 1);
+    u.tr = w.td && dqmag > kTransitionThreshold[w.yl >> 10];
 
     // Scale factors: the fast one limited to 544..5120, the slow one follows it.
     const int yu = lim(y + ((ci.w - y) >> 5), 544, 5120);

@@ -160,6 +160,21 @@ constexpr std::array<uint32_t, kDqlMax + 2> makeDqTable() {
 }
 inline constexpr auto kDqTable = makeDqTable();
 
+/// Transition detector threshold (G.726 TRANS) per yl >> 10: with t the
+/// integer part of yl (Q15 of the log scale) and f its top 5 fraction bits,
+/// thr = (f + 32) << t, or 31744 when t exceeds 9, and dq must exceed
+/// (thr + thr/2) / 2. yl stays below 64 * 5120 = 327680.
+constexpr std::array<int16_t, 512> makeTransitionTable() {
+    std::array<int16_t, 512> t{};
+    for (int i = 0; i < 512; ++i) {
+        const int ylint = i >> 5;
+        const int thr = ylint > 9 ? 31744 : ((i & 31) + 32) << ylint;
+        t[i] = static_cast<int16_t>((thr + (thr >> 1)) >> 1);
+    }
+    return t;
+}
+inline constexpr auto kTransitionThreshold = makeTransitionTable();
+
 /// Floating form of every 13-bit magnitude: the normalisation of a predictor
 /// coefficient in G.726 FMULT, as one lookup.
 constexpr std::array<uint16_t, 8192> makeMagFloatTable() {
