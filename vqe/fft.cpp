@@ -233,58 +233,54 @@ const OwnRealFFTKernels& activeKernels() {
 }
 
 // ---------------------------------------------------------------------------
-// Fixed kernels of orders 0..4 (N <= 16): a direct DFT in double precision.
-constexpr double kCos16[16] = {1.0,
-                               0.92387953251128674,
-                               0.70710678118654752,
-                               0.38268343236508977,
-                               0.0,
-                               -0.38268343236508977,
-                               -0.70710678118654752,
-                               -0.92387953251128674,
-                               -1.0,
-                               -0.92387953251128674,
-                               -0.70710678118654752,
-                               -0.38268343236508977,
-                               0.0,
-                               0.38268343236508977,
-                               0.70710678118654752,
-                               0.92387953251128674};
-inline double cos16(int t) { return kCos16[t & 15]; }
-inline double sin16(int t) { return kCos16[(t - 4) & 15]; }
+// Fixed straight-line kernels of orders 2..4 (N = 4, 8, 16): the M = N/2
+// point complex DFT as one radix-M butterfly, and the recombination with
+// constant twiddles; all loops have constant bounds and unroll.
+constexpr double kSin16[5] = {0.0, 0.38268343236508977, 0.70710678118654752, 0.92387953251128674, 1.0};
 
-template <int N>
+template <int M>
 void tinyFwd(const Xvo32f* src, Xvo32f* dst, Xvo32f scale) {
-    constexpr int step = 16 / N;
-    double re[N / 2 + 1], im[N / 2 + 1];
-    for (int k = 0; k <= N / 2; ++k) {
-        double a = 0.0, b = 0.0;
-        for (int n = 0; n < N; ++n) {
-            a += src[n] * cos16(k * n * step);
-            b -= src[n] * sin16(k * n * step);
-        }
-        re[k] = a;
-        im[k] = b;
+    using fftk::VS;
+    fftk::C<VS> z[M];
+    for (int n = 0; n < M; ++n) z[n] = {src[2 * n], src[2 * n + 1]};
+    fftk::butterfly<VS, M>(z);
+    const Xvo32f a = 0.5f * scale;
+    for (int k = 1; k < M / 2; ++k) {  // sin and cos of 2 pi k / (2M)
+        const auto sn = static_cast<Xvo32f>(kSin16[k * 8 / M]), cs = static_cast<Xvo32f>(kSin16[4 - k * 8 / M]);
+        fftk::C<VS> yk, ykr;
+        fftk::recombPair<VS>(z[k], z[M - k], a, {-(a * sn), -(a * cs)}, yk, ykr);
+        dst[2 * k - 1] = yk.re;
+        dst[2 * k] = yk.im;
+        dst[2 * (M - k) - 1] = ykr.re;
+        dst[2 * (M - k)] = ykr.im;
     }
-    dst[0] = static_cast<Xvo32f>(re[0] * scale);
-    for (int k = 1; k < N / 2; ++k) {
-        dst[2 * k - 1] = static_cast<Xvo32f>(re[k] * scale);
-        dst[2 * k] = static_cast<Xvo32f>(im[k] * scale);
-    }
-    dst[N - 1] = static_cast<Xvo32f>(re[N / 2] * scale);
+    const fftk::C<VS> z0 = z[0], zm = z[M / 2];
+    dst[0] = scale * (z0.re + z0.im);
+    dst[2 * M - 1] = scale * (z0.re - z0.im);
+    dst[M - 1] = scale * zm.re;
+    dst[M] = -(scale * zm.im);
 }
 
-template <int N>
+template <int M>
 void tinyInv(const Xvo32f* src, Xvo32f* dst, Xvo32f scale) {
-    constexpr int step = 16 / N;
-    double x[N];
-    for (int n = 0; n < N; ++n) {
-        double a = src[0] + ((n & 1) ? -1.0 : 1.0) * src[N - 1];
-        for (int k = 1; k < N / 2; ++k)
-            a += 2.0 * (src[2 * k - 1] * cos16(k * n * step) - src[2 * k] * sin16(k * n * step));
-        x[n] = a;
+    using fftk::VS;
+    fftk::C<VS> z[M];  // the half-length spectrum, re/im swapped
+    for (int k = 1; k < M / 2; ++k) {
+        const auto sn = static_cast<Xvo32f>(kSin16[k * 8 / M]), cs = static_cast<Xvo32f>(kSin16[4 - k * 8 / M]);
+        fftk::C<VS> yk, ykr;
+        fftk::recombPair<VS>({src[2 * k - 1], src[2 * k]}, {src[2 * (M - k) - 1], src[2 * (M - k)]}, scale,
+                             {-(scale * sn), scale * cs}, yk, ykr);
+        z[k] = {yk.im, yk.re};
+        z[M - k] = {ykr.im, ykr.re};
     }
-    for (int n = 0; n < N; ++n) dst[n] = static_cast<Xvo32f>(x[n] * scale);
+    const Xvo32f x0 = src[0], xn = src[2 * M - 1], s2 = 2.0f * scale;
+    z[M / 2] = {-(s2 * src[M]), s2 * src[M - 1]};
+    z[0] = {scale * (x0 - xn), scale * (x0 + xn)};
+    fftk::butterfly<VS, M>(z);
+    for (int n = 0; n < M; ++n) {
+        dst[2 * n] = z[n].im;
+        dst[2 * n + 1] = z[n].re;
+    }
 }
 
 using TinyFn = void (*)(const Xvo32f*, Xvo32f*, Xvo32f);
@@ -296,8 +292,8 @@ void tinyFwd2(const Xvo32f* src, Xvo32f* dst, Xvo32f scale) {
 }
 void tinyOne(const Xvo32f* src, Xvo32f* dst, Xvo32f scale) { dst[0] = scale * src[0]; }
 
-constexpr TinyFn kTinyFwd[kTinyOrders] = {tinyOne, tinyFwd2, tinyFwd<4>, tinyFwd<8>, tinyFwd<16>};
-constexpr TinyFn kTinyInv[kTinyOrders] = {tinyOne, tinyFwd2, tinyInv<4>, tinyInv<8>, tinyInv<16>};
+constexpr TinyFn kTinyFwd[kTinyOrders] = {tinyOne, tinyFwd2, tinyFwd<2>, tinyFwd<4>, tinyFwd<8>};
+constexpr TinyFn kTinyInv[kTinyOrders] = {tinyOne, tinyFwd2, tinyInv<2>, tinyInv<4>, tinyInv<8>};
 
 // Checks, work memory and dispatch shared by both directions.
 XvoStatus transform(const Xvo32f* src, Xvo32f* dst, const XvoRealFFTSpec_32f* spec, Xvo8u* buffer, bool forward) {
