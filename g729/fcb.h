@@ -44,9 +44,10 @@ void ownFcbSearch_G729(const int16_t* d, int16_t* rr, int16_t time, int16_t* cod
 /// the sum over k < n of h[k] h[k+L] (doubled and saturating, on the h
 /// scaled as the G.729 matrix builder scales it, in the fixed form).
 /// at(p, q) is the matrix entry of pulse positions p and q.
+/// (Stored by prefix length, then lag: v[n][L].)
 struct OwnCorrPrefixes {
-    int32_t v[kSubfr][kSubfr + 1];
-    int32_t at(int p, int q) const { return v[p > q ? p - q : q - p][kSubfr - (p > q ? p : q)]; }
+    int32_t v[kSubfr + 1][kSubfr];
+    int32_t at(int p, int q) const { return v[kSubfr - (p > q ? p : q)][p > q ? p - q : q - p]; }
 };
 struct OwnCorrPrefixesF {
     float v[kSubfr][kSubfr + 1];
