@@ -232,6 +232,20 @@ TEST(G729Toepliz, FormsAgreeWithTheDefinitionOnTheLayout) {
             ASSERT_NEAR(mf[idx], directEntry(H, p, q) / (2.0 * 4096 * 4096), 1e-4) << "entry " << idx;
         }
     }
+    // A full-scale response: the halved h still overflows the sums, which
+    // saturate step by step as the reference's L_mac does.
+    {
+        int16_t H[40], m16[kMatrixSize];
+        for (int n = 0; n < 40; ++n) H[n] = static_cast<int16_t>(n % 3 == 2 ? -32768 : 32767);
+        ASSERT_EQ(xvosToeplizMatrix_G729_16s(H, m16), xvoStsOk);
+        for (int idx = 0; idx < kMatrixSize; ++idx) {
+            const auto [p, q] = positionsOf(idx);
+            int64_t s = 0;
+            for (int k = 0; k + std::max(p, q) < 40; ++k)
+                s = std::clamp<int64_t>(s + 2 * int64_t(H[k] >> 1) * (H[k + std::abs(p - q)] >> 1), INT32_MIN, INT32_MAX);
+            ASSERT_EQ(m16[idx], s >> 16) << "entry " << idx;
+        }
+    }
     int16_t delta[40] = {4096}, m[kMatrixSize];
     ASSERT_EQ(xvosToeplizMatrix_G729_16s(delta, m), xvoStsOk);  // h[0] becomes 16384
     for (int idx = 0; idx < kMatrixSize; ++idx) EXPECT_EQ(m[idx], idx < 40 ? 8192 : 0) << idx;
