@@ -60,13 +60,15 @@ XVO_G726_INLINE int scaleFactor(const Work& w) {
 }
 
 /// Adaptive quantiser (G.726 SUBTA, LOG, SUBTB, QUAN) of the difference d of
-/// the input and the estimate. The difference is a 16-bit word saturated at
-/// both ends, so its magnitude is |d| limited to 32767.
+/// the input and the estimate. The Recommendation's difference is a 16-bit
+/// word saturated at both ends; here |d| may exceed 32767, which changes
+/// nothing: 32767 already lies above every decision level (dl - y/4 >= 1919 -
+/// 1280 = kDlnMax), and so does every larger magnitude.
 template <int R>
 XVO_G726_INLINE int quantise(int d, int y) {
     const int neg = d < 0;
-    const int mag = lim(absv(d), 0, 32767);
-    const int e = bitLength(static_cast<uint32_t>(mag >> 1));  // bit length - 1, 0 for 0 and 1
+    const int mag = absv(d);
+    const int e = 31 - __builtin_clz(static_cast<uint32_t>(mag) | 1);  // bit length - 1, 0 for 0 and 1
     const int dl = (e << 7) + (((mag << 7) >> e) & 127);
     const int dln = lim(dl - (y >> 2), kDlnMin, kDlnMax);
     return kQuantTable.code[R][neg][dln - kDlnMin];
@@ -151,7 +153,11 @@ XVO_G726_INLINE SampleUpdate adaptScalar(Work& w, int code, int y, int se, int s
 
 /// The floating form of dq and of sr with their signs on top (bit 10).
 XVO_G726_INLINE int dqFloat(const SampleUpdate& u) { return (u.dqs << 10) | toFloat(u.dqmag); }
-XVO_G726_INLINE int srFloat(int sr) { return sr < 0 ? (1 << 10) | toFloat(-sr & 0x7fff) : toFloat(sr); }
+XVO_G726_INLINE int srFloat(int sr) {
+    const int mag = sr < 0 ? -sr & 0x7fff : sr;
+    const int f = mag < 8192 ? kMagFloat[mag] : toFloat(mag);
+    return sr < 0 ? (1 << 10) | f : f;
+}
 
 /// Mu-law byte of the reconstructed signal (see ownSampleToMuLaw).
 XVO_G726_INLINE int muLaw(int sr) {
