@@ -20,13 +20,10 @@ struct Case {
     XvoPCMLaw law;  // encoder: law of the input; decoder: output law
 };
 
+/// The rate selector of 16, 24, 32 or 40 kbit/s.
 XvoSpeechRate rateOf(int kbps) {
-    switch (kbps) {
-        case 16: return XVO_BITRATE_16000;
-        case 24: return XVO_BITRATE_24000;
-        case 32: return XVO_BITRATE_32000;
-        default: return XVO_BITRATE_40000;
-    }
+    constexpr XvoSpeechRate kRates[] = {XVO_BITRATE_16000, XVO_BITRATE_24000, XVO_BITRATE_32000, XVO_BITRATE_40000};
+    return kRates[kbps / 8 - 2];
 }
 
 std::vector<Case> allCases() {
