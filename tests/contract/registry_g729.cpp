@@ -305,6 +305,37 @@ void addExcitation(std::vector<Entry>& r) {
     fcbdf.trusted = {0, 1};
     r.push_back(fcbdf);
 
+    r.push_back({"xvosFixedCodebookSearch_G729E_16s",
+                 [](Call& c) {
+                     c.random16(40, -3000, 3000);
+                     c.random16(40, -3000, 3000);
+                     impulse16(c);
+                     c.buffer(40 * sizeof(Xvo16s));
+                     c.buffer(40 * sizeof(Xvo16s));
+                     c.buffer(5 * sizeof(Xvo16s));
+                 },
+                 [](Call& c) {
+                     return xvosFixedCodebookSearch_G729E_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2),
+                                                              c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5));
+                 },
+                 {0, 1, 2, 3, 4, 5}, {}, {}});
+    Entry fcbef{"xvosFixedCodebookSearch_G729E_32f",
+                [](Call& c) {
+                    c.random32f(40, -1000, 1000);
+                    c.random32f(40, -1000, 1000);
+                    impulse32f(c);
+                    c.buffer(40 * sizeof(Xvo32f));
+                    c.buffer(40 * sizeof(Xvo32f));
+                    c.buffer(5 * sizeof(Xvo16s));
+                },
+                [](Call& c) {
+                    return xvosFixedCodebookSearch_G729E_32f(c.p<Xvo32f>(0), c.p<Xvo32f>(1), c.p<Xvo32f>(2),
+                                                             c.p<Xvo32f>(3), c.p<Xvo32f>(4), c.p<Xvo16s>(5));
+                },
+                {0, 1, 2, 3, 4, 5}, {}, {}};
+    fcbef.trusted = {0, 1, 2};
+    r.push_back(fcbef);
+
     r.push_back({"xvosToeplizMatrix_G729_16s",
                  [](Call& c) {
                      impulse16(c);
