@@ -11,6 +11,7 @@
 #include "core/check.h"
 #include "core/fixed.h"
 #include "g729/g729_tables.h"
+#include "g729/lsp.h"
 
 namespace xvo::g729 {
 
@@ -82,30 +83,6 @@ void smallest(int16_t* err, int n, int* pick) {
 }
 
 }  // namespace
-
-void ownLsfWeights_16s(const int16_t* lsf, int16_t* w) {
-    constexpr int16_t kPi04 = 1029, kPi92 = 23677, kConst10 = 10 * (1 << 11), kConst12 = 19661;
-    int16_t buf[kOrder];
-    buf[0] = sub(lsf[1], kPi04 + 8192);
-    for (int i = 1; i < kOrder - 1; ++i) buf[i] = sub(sub(lsf[i + 1], lsf[i - 1]), 8192);
-    buf[kOrder - 1] = sub(kPi92 - 8192, lsf[kOrder - 2]);
-    for (int i = 0; i < kOrder; ++i) {
-        if (buf[i] > 0) {
-            w[i] = 2048;
-        } else {
-            int16_t t = extract_h(L_shl(L_mult(buf[i], buf[i]), 2));
-            t = extract_h(L_shl(L_mult(t, kConst10), 2));
-            w[i] = add(t, 2048);
-        }
-    }
-    w[4] = extract_h(L_shl(L_mult(w[4], kConst12), 1));
-    w[5] = extract_h(L_shl(L_mult(w[5], kConst12), 1));
-    int16_t mx = 0;
-    for (int i = 0; i < kOrder; ++i)
-        if (w[i] > mx) mx = w[i];
-    const int16_t sft = norm_s(mx);
-    for (int i = 0; i < kOrder; ++i) w[i] = shl(w[i], sft);
-}
 
 XvoStatus ownSidLsfDecode_16s(const int16_t* idx, int16_t* prevFreq, int16_t* lsf) {
     const int p = idx[0];

@@ -17,7 +17,5 @@ XvoStatus ownSidLsfDecode_16s(const int16_t* idx, int16_t* prevFreq, int16_t* ls
 /// two-stage candidate search): writes the three indices; the memory is read only.
 void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx);
 
-/// G.729 perceptual LSF weights (Get_wegt), normalised so the largest has no headroom.
-void ownLsfWeights_16s(const int16_t* lsf, int16_t* w);
 
 }  // namespace xvo::g729

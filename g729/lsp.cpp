@@ -332,31 +332,6 @@ void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* r
     }
 }
 
-/// Get_wegt: perceptual weights of the LSF, normalised.
-void weights(const int16_t* lsf, int16_t* w) {
-    constexpr int16_t kPi04 = 1029, kPi92 = 23677, kConst10 = 10 << 11, kConst12 = 19661;
-    int16_t buf[kM];
-    buf[0] = sub(lsf[1], kPi04 + 8192);
-    for (int i = 1; i < kM - 1; ++i) buf[i] = sub(sub(lsf[i + 1], lsf[i - 1]), 8192);
-    buf[kM - 1] = sub(kPi92 - 8192, lsf[kM - 2]);
-    for (int i = 0; i < kM; ++i) {
-        if (buf[i] > 0) {
-            w[i] = 2048;
-        } else {
-            int16_t t = extract_h(L_shl(L_mult(buf[i], buf[i]), 2));
-            t = extract_h(L_shl(L_mult(t, kConst10), 2));
-            w[i] = add(t, 2048);
-        }
-    }
-    w[4] = extract_h(L_shl(L_mult(w[4], kConst12), 1));
-    w[5] = extract_h(L_shl(L_mult(w[5], kConst12), 1));
-    int16_t mx = 0;
-    for (int i = 0; i < kM; ++i)
-        if (w[i] > mx) mx = w[i];
-    const int16_t sft = norm_s(mx);
-    for (int i = 0; i < kM; ++i) w[i] = shl(w[i], sft);
-}
-
 /// Index of the first smallest of n keys (the reference keeps the first of equal distances).
 int firstMin(const int32_t* d, int n) {
     int32_t m = d[0];
@@ -407,7 +382,7 @@ void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t*
 
 void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx, const OwnLspKernels& kern) {
     int16_t w[kM];
-    weights(lsf, w);
+    ownLsfWeights_16s(lsf, w);
     int cand[2], t1[2], t2[2];
     int32_t tdist[2];
     for (int ma = 0; ma < 2; ++ma) {
@@ -440,6 +415,31 @@ void ownLSFQuantSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t*
     idx[2] = static_cast<int16_t>(t1[m]);
     idx[3] = static_cast<int16_t>(t2[m]);
 }
+
+void ownLsfWeights_16s(const int16_t* lsf, int16_t* w) {
+    constexpr int16_t kPi04 = 1029, kPi92 = 23677, kConst10 = 10 << 11, kConst12 = 19661;
+    int16_t buf[kM];
+    buf[0] = sub(lsf[1], kPi04 + 8192);
+    for (int i = 1; i < kM - 1; ++i) buf[i] = sub(sub(lsf[i + 1], lsf[i - 1]), 8192);
+    buf[kM - 1] = sub(kPi92 - 8192, lsf[kM - 2]);
+    for (int i = 0; i < kM; ++i) {
+        if (buf[i] > 0) {
+            w[i] = 2048;
+        } else {
+            int16_t t = extract_h(L_shl(L_mult(buf[i], buf[i]), 2));
+            t = extract_h(L_shl(L_mult(t, kConst10), 2));
+            w[i] = add(t, 2048);
+        }
+    }
+    w[4] = extract_h(L_shl(L_mult(w[4], kConst12), 1));
+    w[5] = extract_h(L_shl(L_mult(w[5], kConst12), 1));
+    int16_t mx = 0;
+    for (int i = 0; i < kM; ++i)
+        if (w[i] > mx) mx = w[i];
+    const int16_t sft = norm_s(mx);
+    for (int i = 0; i < kM; ++i) w[i] = shl(w[i], sft);
+}
+
 
 }  // namespace xvo::g729
 

@@ -139,4 +139,8 @@ int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23);
 /// The same, operator by operator with the reference's saturations (the defining form).
 int16_t ownChebpsExact_16s(int16_t x, const int16_t* f, int shift, bool q23);
 
+/// G.729 perceptual LSF weights (Get_wegt), normalised so the largest has no headroom;
+/// shared by the main-body quantiser and the Annex B noise quantiser.
+void ownLsfWeights_16s(const int16_t* lsf, int16_t* w);
+
 }  // namespace xvo::g729
