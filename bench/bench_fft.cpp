@@ -1,7 +1,9 @@
 // Real FFT: one forward + inverse pair (Pack format, caller work buffer) per
 // iteration at orders 5..12, for every SIMD twin this machine runs, side by
 // side with FFTW single precision (r2c + c2r, FFTW_MEASURE plans). After the
-// run a table gives the time of each and the ratio xvosc / FFTW.
+// run a table gives the CPU time of each (the fastest repetition) and the
+// ratio xvosc / FFTW. On a shared machine use --benchmark_repetitions=12
+// --benchmark_enable_random_interleaving so that both sides see the same load.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
