@@ -173,7 +173,13 @@ BENCHMARK(SpandspDecode)->Apply(perRate);
 #endif
 
 int main(int argc, char** argv) {
-    benchmark::Initialize(&argc, argv);
+    // Repetitions of all cases interleave in random order, so a burst of load
+    // on a shared machine does not fall on one library only.
+    std::vector<char*> args(argv, argv + argc);
+    char interleave[] = "--benchmark_enable_random_interleaving=true";
+    args.insert(args.begin() + 1, interleave);
+    int n = static_cast<int>(args.size());
+    benchmark::Initialize(&n, args.data());
     RatioReporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
