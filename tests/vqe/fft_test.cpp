@@ -7,7 +7,9 @@
 #include <cfenv>
 #include <cmath>
 #include <complex>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <random>
 #include <vector>
 
@@ -93,20 +95,40 @@ double relError(const std::vector<float>& got, const std::vector<double>& want) 
     return std::sqrt(e / r);
 }
 
+// Caller memory whose usable part starts 1 byte past a 32-byte boundary (the
+// worst case for the rounding up inside) and ends where the allocation ends,
+// so the sanitizer build catches any use beyond the reported sizes.
+struct Block {
+    Xvo8u* raw = nullptr;
+    Xvo8u* p = nullptr;
+    explicit Block(int size) {
+        void* r = nullptr;
+        if (size > 0 && posix_memalign(&r, 32, static_cast<size_t>(size) + 1) == 0) {
+            raw = static_cast<Xvo8u*>(r);
+            p = raw + 1;
+        }
+    }
+    Block(const Block&) = delete;
+    Block& operator=(const Block&) = delete;
+    ~Block() { std::free(raw); }
+};
+
+// A record in caller memory with a work buffer of xvoRealFFTGetBufSize bytes.
 struct Fft {
     XvoRealFFTSpec_32f* spec = nullptr;
-    std::vector<Xvo8u> mem, init, work;
+    std::unique_ptr<Block> mem, init, work;
     XvoStatus st;
     Fft(int order, int flag) {
-        int s = 0, i = 0, w = 0;
+        int s = 0, i = 0, w = 0, b = 0;
         st = xvoRealFFTGetSize(order, flag, 0, &s, &i, &w);
         if (st != xvoStsOk) return;
-        mem.resize(s);
-        init.resize(i);
-        work.resize(w);
-        st = xvoRealFFTInit(&spec, order, flag, 0, mem.data(), i ? init.data() : nullptr);
+        mem = std::make_unique<Block>(s);
+        init = std::make_unique<Block>(i);
+        st = xvoRealFFTInit(&spec, order, flag, 0, mem->p, init->p);
+        if (st == xvoStsOk) st = xvoRealFFTGetBufSize(spec, &b);
+        work = std::make_unique<Block>(b);
     }
-    Xvo8u* buf() { return work.empty() ? nullptr : work.data(); }
+    Xvo8u* buf() { return work->p; }
 };
 
 double scaleOf(int flag, bool forward, double n) {
