@@ -36,15 +36,15 @@ std::vector<float> signal(int n) {
 
 struct Record {
     std::vector<Xvo8u> mem, init, work;
-    XvoRealFFTSpec_32f* spec = nullptr;
+    XvoRealFFTSpec_32f* rec = nullptr;
     explicit Record(int order) {
         int s, i, w;
         xvoRealFFTGetSize(order, XVO_FFT_DIV_INV_BY_N, 0, &s, &i, &w);
         mem.resize(s);
         init.resize(i + 1);
         int b = 0;
-        xvoRealFFTInit(&spec, order, XVO_FFT_DIV_INV_BY_N, 0, mem.data(), init.data());
-        xvoRealFFTGetBufSize(spec, &b);
+        xvoRealFFTInit(&rec, order, XVO_FFT_DIV_INV_BY_N, 0, mem.data(), init.data());
+        xvoRealFFTGetBufSize(rec, &b);
         work.resize(b + 1);
     }
 };
@@ -56,8 +56,8 @@ void XvoscPair(benchmark::State& state, int order) {
     auto x = signal(n);
     std::vector<float> y(n), z(n);
     for (auto _ : state) {
-        xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), r.spec, r.work.data());
-        xvoRealFFTInv_PackToR_32f(y.data(), z.data(), r.spec, r.work.data());
+        xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), r.rec, r.work.data());
+        xvoRealFFTInv_PackToR_32f(y.data(), z.data(), r.rec, r.work.data());
         benchmark::DoNotOptimize(z.data());
         benchmark::ClobberMemory();
     }
@@ -70,8 +70,8 @@ void TwinPair(benchmark::State& state, int order, OwnRealFFTKernels k) {
     auto x = signal(n);
     std::vector<float> y(n), z(n), work(n + 16);
     for (auto _ : state) {
-        k.fwd(r.spec, x.data(), y.data(), work.data());
-        k.inv(r.spec, y.data(), z.data(), work.data());
+        k.fwd(r.rec, x.data(), y.data(), work.data());
+        k.inv(r.rec, y.data(), z.data(), work.data());
         benchmark::DoNotOptimize(z.data());
         benchmark::ClobberMemory();
     }

@@ -40,7 +40,7 @@ bool flagOk(int flag) {
 }
 
 struct Sizes {
-    std::int64_t spec, init, work;
+    std::int64_t rec, init, work;
     std::int64_t recomb;  // bytes of one recombination table
     std::int64_t twiddle; // bytes of the complex-pass twiddles
     std::int64_t index;   // bytes kept for an index table (the autosort passes need none)
@@ -50,7 +50,7 @@ struct Sizes {
 Sizes sizesFor(int k) {
     Sizes z{};
     if (k < kTinyOrders) {
-        z.spec = 168;
+        z.rec = 168;
         return z;
     }
     const std::int64_t N = std::int64_t{1} << k, M = N / 2;
@@ -61,7 +61,7 @@ Sizes sizesFor(int k) {
     }
     z.index = align32(4 * (M / 4) + 4);
     z.recomb = align32(8 * (N / 4));
-    z.spec = 2 * z.recomb + z.twiddle + z.index + 192;
+    z.rec = 2 * z.recomb + z.twiddle + z.index + 192;
     z.init = k < kGenOrder ? 0 : align32(4 * (N / 4) + 4) + 32;
     if (z.work > 0) z.work += 32;
     return z;
@@ -146,11 +146,11 @@ int planPasses(int m, Xvo8u* radix) {
 
 // Complex-pass twiddles w_n^(j p) = exp(-2 pi i j p / n), per pass and per
 // j = 1..r-1 as re[n/r] then im[n/r]; 2(M-1) floats in all.
-void fillPassTwiddles(Xvo32f* out, const XvoRealFFTSpec_32f* spec, int k, const Trig& trig) {
+void fillPassTwiddles(Xvo32f* out, const XvoRealFFTSpec_32f* rec, int k, const Trig& trig) {
     const std::int64_t N = std::int64_t{1} << k;
     std::int64_t n = N / 2;
-    for (int i = 0; i < spec->nPass; ++i) {
-        const int r = spec->radix[i];
+    for (int i = 0; i < rec->nPass; ++i) {
+        const int r = rec->radix[i];
         const std::int64_t m = n / r;
         for (int j = 1; j < r; ++j) {
             for (std::int64_t q = 0; q < m; ++q) {
@@ -182,9 +182,9 @@ const Xvo32f* smallTwiddles(int k) {
 }
 
 // Lays out the tables of order k >= kTinyOrders after the record header.
-void buildTables(XvoRealFFTSpec_32f* spec, int k, const Sizes& z, Xvo8u* initBuf) {
+void buildTables(XvoRealFFTSpec_32f* rec, int k, const Sizes& z, Xvo8u* initBuf) {
     const std::int64_t N = std::int64_t{1} << k, M = N / 2;
-    Xvo8u* p = reinterpret_cast<Xvo8u*>(spec) + kHeaderBytes;
+    Xvo8u* p = reinterpret_cast<Xvo8u*>(rec) + kHeaderBytes;
     auto* recF = reinterpret_cast<Xvo32f*>(p);
     auto* recI = reinterpret_cast<Xvo32f*>(p + z.recomb);
     Xvo8u* after = p + 2 * z.recomb;
@@ -193,12 +193,12 @@ void buildTables(XvoRealFFTSpec_32f* spec, int k, const Sizes& z, Xvo8u* initBuf
     Trig trig{};
     if (k < kGenOrder) {
         trig = {sharedSineTable(), std::int64_t{1} << (kTableOrder - k), N};
-        spec->trig = sharedSineTable();
+        rec->trig = sharedSineTable();
     } else {
         auto* gen = alignUp32(reinterpret_cast<Xvo32f*>(initBuf));
         fillSineQuarter(gen, k);
         trig = {gen, 1, N};
-        spec->trig = nullptr;  // lived in the caller's init buffer only
+        rec->trig = nullptr;  // lived in the caller's init buffer only
     }
 
     // Recombination twiddles for k = 0..M/2-1 as (re[M/2], im[M/2]):
@@ -206,24 +206,24 @@ void buildTables(XvoRealFFTSpec_32f* spec, int k, const Sizes& z, Xvo8u* initBuf
     for (std::int64_t t = 0; t < M / 2; ++t) {
         Xvo32f c, s;
         trig.at(t, c, s);
-        recF[t] = static_cast<Xvo32f>(-0.5 * spec->fwdScale * s);
-        recF[M / 2 + t] = static_cast<Xvo32f>(-0.5 * spec->fwdScale * c);
-        recI[t] = static_cast<Xvo32f>(-1.0 * spec->invScale * s);
-        recI[M / 2 + t] = static_cast<Xvo32f>(1.0 * spec->invScale * c);
+        recF[t] = static_cast<Xvo32f>(-0.5 * rec->fwdScale * s);
+        recF[M / 2 + t] = static_cast<Xvo32f>(-0.5 * rec->fwdScale * c);
+        recI[t] = static_cast<Xvo32f>(-1.0 * rec->invScale * s);
+        recI[M / 2 + t] = static_cast<Xvo32f>(1.0 * rec->invScale * c);
     }
 
     // Complex-pass twiddles: orders 5 and 6 have no table of their own and
     // share read-only ones.
-    spec->nPass = planPasses(k - 1, spec->radix);
+    rec->nPass = planPasses(k - 1, rec->radix);
     if (z.twiddle == 0) {
-        spec->twiddle = smallTwiddles(k);
+        rec->twiddle = smallTwiddles(k);
     } else {
-        fillPassTwiddles(tw, spec, k, trig);
-        spec->twiddle = tw;
+        fillPassTwiddles(tw, rec, k, trig);
+        rec->twiddle = tw;
     }
-    spec->bitRev = nullptr;  // no reordering pass: its room stays unused
-    spec->recombFwd = recF;
-    spec->recombInv = recI;
+    rec->bitRev = nullptr;  // no reordering pass: its room stays unused
+    rec->recombFwd = recF;
+    rec->recombInv = recI;
 }
 const OwnRealFFTKernels& activeKernels() {
     static const OwnRealFFTKernels k = ownCpuSupports(OwnCpuLevel::AVX2) ? ownRealFFTKernelsAVX2()
@@ -296,28 +296,28 @@ constexpr TinyFn kTinyFwd[kTinyOrders] = {tinyOne, tinyFwd2, tinyFwd<2>, tinyFwd
 constexpr TinyFn kTinyInv[kTinyOrders] = {tinyOne, tinyFwd2, tinyInv<2>, tinyInv<4>, tinyInv<8>};
 
 // Checks, work memory and dispatch shared by both directions.
-XvoStatus transform(const Xvo32f* src, Xvo32f* dst, const XvoRealFFTSpec_32f* spec, Xvo8u* buffer, bool forward) {
-    if (spec == nullptr) return xvoStsNullPtr;
-    if (spec->tag != XVO_FFT_TAG_REAL) return xvoStsContextMatch;
+XvoStatus transform(const Xvo32f* src, Xvo32f* dst, const XvoRealFFTSpec_32f* rec, Xvo8u* buffer, bool forward) {
+    if (rec == nullptr) return xvoStsNullPtr;
+    if (rec->tag != XVO_FFT_TAG_REAL) return xvoStsContextMatch;
     if (src == nullptr || dst == nullptr) return xvoStsNullPtr;
-    const int k = spec->order;
+    const int k = rec->order;
     if (k < kTinyOrders) {
-        (forward ? kTinyFwd : kTinyInv)[k](src, dst, forward ? spec->fwdScale : spec->invScale);
+        (forward ? kTinyFwd : kTinyInv)[k](src, dst, forward ? rec->fwdScale : rec->invScale);
         return xvoStsOk;
     }
     alignas(32) Xvo32f stackWork[64];  // orders 5 and 6 need 2M <= 64 floats and no work area
     Xvo32f* work = stackWork;
     void* owned = nullptr;
-    if (spec->workSize > 0) {
+    if (rec->workSize > 0) {
         if (buffer == nullptr) {
-            owned = xvoMalloc(spec->workSize);
+            owned = xvoMalloc(rec->workSize);
             if (owned == nullptr) return xvoStsMemAlloc;
             buffer = static_cast<Xvo8u*>(owned);
         }
         work = reinterpret_cast<Xvo32f*>(alignUp32(buffer));
     }
     const OwnRealFFTKernels& kern = activeKernels();
-    (forward ? kern.fwd : kern.inv)(spec, src, dst, work);
+    (forward ? kern.fwd : kern.inv)(rec, src, dst, work);
     if (owned != nullptr) xvoFree(owned);
     return xvoStsOk;
 }
@@ -330,7 +330,7 @@ XvoStatus xvoRealFFTGetSize(int order, int flag, int /*hint*/, int* pSpecSize, i
     if (pSpecSize == nullptr || pInitBufSize == nullptr || pWorkSize == nullptr) return xvoStsNullPtr;
     if (!flagOk(flag)) return xvoStsFftFlag;
     const Sizes z = sizesFor(order);
-    *pSpecSize = static_cast<int>(z.spec);
+    *pSpecSize = static_cast<int>(z.rec);
     *pInitBufSize = static_cast<int>(z.init);
     *pWorkSize = static_cast<int>(z.work);
     return xvoStsOk;
@@ -341,30 +341,30 @@ XvoStatus xvoRealFFTInit(XvoRealFFTSpec_32f** ppSpec, int order, int flag, int h
     if (ppSpec == nullptr) return xvoStsNullPtr;
     if (!orderOk(order)) return xvoStsFftOrder;
     if (pSpecMemory == nullptr) return xvoStsNullPtr;
-    auto* spec = reinterpret_cast<XvoRealFFTSpec_32f*>(alignUp32(pSpecMemory));
+    auto* rec = reinterpret_cast<XvoRealFFTSpec_32f*>(alignUp32(pSpecMemory));
     if (!flagOk(flag)) {
-        spec->tag = 0;
+        rec->tag = 0;
         return xvoStsFftFlag;
     }
     if (order >= kGenOrder && pInitBuffer == nullptr) return xvoStsNullPtr;
 
     const Sizes z = sizesFor(order);
-    std::memset(static_cast<void*>(spec), 0, sizeof(XvoRealFFTSpec_32f));
+    std::memset(static_cast<void*>(rec), 0, sizeof(XvoRealFFTSpec_32f));
     const double n = std::ldexp(1.0, order);
     const auto inverseN = static_cast<Xvo32f>(1.0 / n);
     const auto inverseRoot = static_cast<Xvo32f>(1.0 / std::sqrt(n));
-    spec->order = order;
-    spec->hint = hint;
-    spec->fwdScaled = flag == XVO_FFT_DIV_FWD_BY_N || flag == XVO_FFT_DIV_BY_SQRTN;
-    spec->invScaled = flag == XVO_FFT_DIV_INV_BY_N || flag == XVO_FFT_DIV_BY_SQRTN;
-    spec->scale = flag == XVO_FFT_DIV_BY_SQRTN ? inverseRoot : flag == XVO_FFT_NODIV_BY_ANY ? 1.0f : inverseN;
-    spec->fwdScale = spec->fwdScaled ? spec->scale : 1.0f;
-    spec->invScale = spec->invScaled ? spec->scale : 1.0f;
-    spec->workSize = static_cast<Xvo32s>(z.work);
-    spec->memBase = pSpecMemory;
-    if (order >= kTinyOrders) buildTables(spec, order, z, pInitBuffer);
-    spec->tag = XVO_FFT_TAG_REAL;
-    *ppSpec = spec;
+    rec->order = order;
+    rec->hint = hint;
+    rec->fwdScaled = flag == XVO_FFT_DIV_FWD_BY_N || flag == XVO_FFT_DIV_BY_SQRTN;
+    rec->invScaled = flag == XVO_FFT_DIV_INV_BY_N || flag == XVO_FFT_DIV_BY_SQRTN;
+    rec->scale = flag == XVO_FFT_DIV_BY_SQRTN ? inverseRoot : flag == XVO_FFT_NODIV_BY_ANY ? 1.0f : inverseN;
+    rec->fwdScale = rec->fwdScaled ? rec->scale : 1.0f;
+    rec->invScale = rec->invScaled ? rec->scale : 1.0f;
+    rec->workSize = static_cast<Xvo32s>(z.work);
+    rec->memBase = pSpecMemory;
+    if (order >= kTinyOrders) buildTables(rec, order, z, pInitBuffer);
+    rec->tag = XVO_FFT_TAG_REAL;
+    *ppSpec = rec;
     return xvoStsOk;
 }
 
@@ -382,15 +382,15 @@ XvoStatus xvoRealFFTInitAlloc(XvoRealFFTSpec_32f** ppSpec, int order, int flag, 
             return xvoStsMemAlloc;
         }
     }
-    XvoRealFFTSpec_32f* spec = nullptr;
-    const XvoStatus st = xvoRealFFTInit(&spec, order, flag, hint, mem, init);
+    XvoRealFFTSpec_32f* rec = nullptr;
+    const XvoStatus st = xvoRealFFTInit(&rec, order, flag, hint, mem, init);
     if (init != nullptr) xvoFree(init);
     if (st != xvoStsOk) {
         xvoFree(mem);
         return st;
     }
-    spec->allocated = 1;
-    *ppSpec = spec;
+    rec->allocated = 1;
+    *ppSpec = rec;
     return xvoStsOk;
 }
 

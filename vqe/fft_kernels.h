@@ -30,8 +30,8 @@ namespace xvo {
 
 /// Kernels of one instruction-set level.
 struct OwnRealFFTKernels {
-    void (*fwd)(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work);
-    void (*inv)(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work);
+    void (*fwd)(const XvoRealFFTSpec_32f* rec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work);
+    void (*inv)(const XvoRealFFTSpec_32f* rec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work);
 };
 
 OwnRealFFTKernels ownRealFFTKernelsScalar();
@@ -317,14 +317,14 @@ void passRadix(int r, int n, int s, const Buf& in, const Buf& out, const Xvo32f*
 // first reads `first` (interleaved when FirstI), then they alternate between
 // a and b, and the last writes `last` (interleaved when LastI).
 template <class V, bool FirstI, bool LastI>
-void complexPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& first, const Buf& a, const Buf& b,
+void complexPasses(const XvoRealFFTSpec_32f* rec, int M, const Buf& first, const Buf& a, const Buf& b,
                    const Buf& last) {
-    const Xvo32f* tw = spec->twiddle;
-    const int P = spec->nPass;
+    const Xvo32f* tw = rec->twiddle;
+    const int P = rec->nPass;
     int n = M, s = 1;
-    passRadix<V, FirstI, false>(spec->radix[0], n, s, first, a, tw);
+    passRadix<V, FirstI, false>(rec->radix[0], n, s, first, a, tw);
     for (int i = 1; i < P; ++i) {
-        const int r0 = spec->radix[i - 1], r = spec->radix[i];
+        const int r0 = rec->radix[i - 1], r = rec->radix[i];
         tw += 2 * (n - n / r0);
         n /= r0;
         s *= r0;
@@ -355,14 +355,14 @@ XVO_FFT_INLINE void complexPasses128(const Xvo32f* tw, const Buf& first, const B
 
 // Passes from `first` to `last` through a and b (M <= 64: through a only).
 template <class V, bool FirstI, bool LastI>
-XVO_FFT_INLINE void runPasses(const XvoRealFFTSpec_32f* spec, int M, const Buf& first, const Buf& a, const Buf& b,
+XVO_FFT_INLINE void runPasses(const XvoRealFFTSpec_32f* rec, int M, const Buf& first, const Buf& a, const Buf& b,
                               const Buf& last) {
     switch (M) {  // the plans planPasses gives these sizes
-        case 16: complexPasses2<V, FirstI, LastI, 16, 4>(spec->twiddle, first, a, last); break;
-        case 32: complexPasses2<V, FirstI, LastI, 32, 8>(spec->twiddle, first, a, last); break;
-        case 64: complexPasses2<V, FirstI, LastI, 64, 8>(spec->twiddle, first, a, last); break;
-        case 128: complexPasses128<V, FirstI, LastI>(spec->twiddle, first, a, b, last); break;
-        default: complexPasses<V, FirstI, LastI>(spec, M, first, a, b, last); break;
+        case 16: complexPasses2<V, FirstI, LastI, 16, 4>(rec->twiddle, first, a, last); break;
+        case 32: complexPasses2<V, FirstI, LastI, 32, 8>(rec->twiddle, first, a, last); break;
+        case 64: complexPasses2<V, FirstI, LastI, 64, 8>(rec->twiddle, first, a, last); break;
+        case 128: complexPasses128<V, FirstI, LastI>(rec->twiddle, first, a, b, last); break;
+        default: complexPasses<V, FirstI, LastI>(rec, M, first, a, b, last); break;
     }
 }
 
@@ -453,46 +453,46 @@ void recombInv(const Xvo32f* src, Xvo32f* zr, Xvo32f* zi, const Xvo32f* cr, cons
 // ---------------------------------------------------------------------------
 // Whole transforms for order >= 5 (M >= 16). work holds 2M floats, dst N.
 template <class V>
-void realFwd(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
-    const int N = 1 << spec->order, M = N / 2;
+void realFwd(const XvoRealFFTSpec_32f* rec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
+    const int N = 1 << rec->order, M = N / 2;
     if constexpr (V::W > 4) {
         // Below 64 points the first pass and the recombination cannot fill
         // eight lanes; one width throughout keeps stores forwarding to loads.
-        if (M < 64) return realFwd<typename V::Narrow>(spec, src, dst, work);
+        if (M < 64) return realFwd<typename V::Narrow>(rec, src, dst, work);
     }
-    const Xvo32f s = spec->fwdScale;
+    const Xvo32f s = rec->fwdScale;
     const Buf in{const_cast<Xvo32f*>(src), nullptr};
     const Buf w{work, work + M}, d{dst, dst + M};
     if (M <= 64) {  // two passes: work, then a stack buffer
         alignas(32) Xvo32f second[128];
         const Buf b{second, second + M};
-        runPasses<V, true, false>(spec, M, in, w, b, b);
-        recombFwd<V>(second, second + M, dst, spec->recombFwd, spec->recombFwd + M / 2, M, s);
+        runPasses<V, true, false>(rec, M, in, w, b, b);
+        recombFwd<V>(second, second + M, dst, rec->recombFwd, rec->recombFwd + M / 2, M, s);
         return;
     }
     // Odd pass count: pass 1 writes work, pass 2 dst, ..., the last work.
-    runPasses<V, true, false>(spec, M, in, w, d, w);
-    recombFwd<V>(work, work + M, dst, spec->recombFwd, spec->recombFwd + M / 2, M, s);
+    runPasses<V, true, false>(rec, M, in, w, d, w);
+    recombFwd<V>(work, work + M, dst, rec->recombFwd, rec->recombFwd + M / 2, M, s);
 }
 
 template <class V>
-void realInv(const XvoRealFFTSpec_32f* spec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
-    const int N = 1 << spec->order, M = N / 2;
+void realInv(const XvoRealFFTSpec_32f* rec, const Xvo32f* src, Xvo32f* dst, Xvo32f* work) {
+    const int N = 1 << rec->order, M = N / 2;
     if constexpr (V::W > 4) {
-        if (M < 64) return realInv<typename V::Narrow>(spec, src, dst, work);
+        if (M < 64) return realInv<typename V::Narrow>(rec, src, dst, work);
     }
-    const Xvo32f s = spec->invScale;
-    recombInv<V>(src, work, work + M, spec->recombInv, spec->recombInv + M / 2, M, s);
+    const Xvo32f s = rec->invScale;
+    recombInv<V>(src, work, work + M, rec->recombInv, rec->recombInv + M / 2, M, s);
 
     const Buf w{work, work + M}, d{dst, dst + M}, out{dst, nullptr};
     if (M <= 64) {  // two passes: a stack buffer, then dst interleaved
         alignas(32) Xvo32f second[128];
         const Buf b{second, second + M};
-        runPasses<V, false, true>(spec, M, w, b, b, out);
+        runPasses<V, false, true>(rec, M, w, b, b, out);
         return;
     }
     // Pass 1 writes dst, pass 2 work, ..., the last (odd) one dst, interleaved.
-    runPasses<V, false, true>(spec, M, w, d, w, out);
+    runPasses<V, false, true>(rec, M, w, d, w, out);
 }
 
 }  // namespace fftk

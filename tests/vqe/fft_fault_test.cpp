@@ -28,50 +28,50 @@ TEST(FftFaults, InitAllocFailsCleanly) {
         int order, nth;
     };
     for (const Case c : {Case{7, 1}, Case{3, 1}, Case{12, 1}, Case{12, 2}}) {
-        XvoRealFFTSpec_32f* spec = nullptr;
+        XvoRealFFTSpec_32f* rec = nullptr;
         xvoTestFailAllocation(c.nth);
-        EXPECT_EQ(xvoRealFFTInitAlloc(&spec, c.order, 2, 0), xvoStsMemAlloc) << c.order << " " << c.nth;
-        EXPECT_EQ(spec, nullptr);
+        EXPECT_EQ(xvoRealFFTInitAlloc(&rec, c.order, 2, 0), xvoStsMemAlloc) << c.order << " " << c.nth;
+        EXPECT_EQ(rec, nullptr);
         EXPECT_EQ(xvoTestLiveAllocations(), 0) << c.order << " " << c.nth;
     }
     // Two allocations at order 12: arming the third leaves the call intact,
     // and the record is the only block that stays until it is freed.
-    XvoRealFFTSpec_32f* spec = nullptr;
+    XvoRealFFTSpec_32f* rec = nullptr;
     xvoTestFailAllocation(3);
-    ASSERT_EQ(xvoRealFFTInitAlloc(&spec, 12, 2, 0), xvoStsOk);
+    ASSERT_EQ(xvoRealFFTInitAlloc(&rec, 12, 2, 0), xvoStsOk);
     EXPECT_EQ(xvoTestLiveAllocations(), 1);
-    EXPECT_EQ(xvoRealFFTFree(spec), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFree(rec), xvoStsOk);
     EXPECT_EQ(xvoTestLiveAllocations(), 0);
 }
 
 // A transform without a caller work buffer allocates one for the call only.
 TEST(FftFaults, TemporaryWorkAreaFailsCleanly) {
     Disarm d;
-    XvoRealFFTSpec_32f* spec = nullptr;
+    XvoRealFFTSpec_32f* rec = nullptr;
     xvoTestFailAllocation(0);
-    ASSERT_EQ(xvoRealFFTInitAlloc(&spec, 8, 1, 0), xvoStsOk);
+    ASSERT_EQ(xvoRealFFTInitAlloc(&rec, 8, 1, 0), xvoStsOk);
     std::vector<float> x(256, 1.0f), y(256, -7.0f);
     for (int dir = 0; dir < 2; ++dir) {
         xvoTestFailAllocation(1);
-        const XvoStatus st = dir == 0 ? xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), spec, nullptr)
-                                      : xvoRealFFTInv_PackToR_32f(x.data(), y.data(), spec, nullptr);
+        const XvoStatus st = dir == 0 ? xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), rec, nullptr)
+                                      : xvoRealFFTInv_PackToR_32f(x.data(), y.data(), rec, nullptr);
         EXPECT_EQ(st, xvoStsMemAlloc);
         EXPECT_EQ(y, std::vector<float>(256, -7.0f));
         EXPECT_EQ(xvoTestLiveAllocations(), 1);
     }
     xvoTestFailAllocation(0);
-    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), spec, nullptr), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), rec, nullptr), xvoStsOk);
     EXPECT_EQ(y[0], 256.0f / 256.0f);
     EXPECT_EQ(xvoTestLiveAllocations(), 1);
-    EXPECT_EQ(xvoRealFFTFree(spec), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFree(rec), xvoStsOk);
     EXPECT_EQ(xvoTestLiveAllocations(), 0);
 
     // Orders without a work area never allocate.
-    ASSERT_EQ(xvoRealFFTInitAlloc(&spec, 6, 8, 0), xvoStsOk);
+    ASSERT_EQ(xvoRealFFTInitAlloc(&rec, 6, 8, 0), xvoStsOk);
     xvoTestFailAllocation(1);
-    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), spec, nullptr), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), rec, nullptr), xvoStsOk);
     xvoTestFailAllocation(0);
-    EXPECT_EQ(xvoRealFFTFree(spec), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFree(rec), xvoStsOk);
     EXPECT_EQ(xvoTestLiveAllocations(), 0);
 }
 

@@ -115,7 +115,7 @@ struct Block {
 
 // A record in caller memory with a work buffer of xvoRealFFTGetBufSize bytes.
 struct Fft {
-    XvoRealFFTSpec_32f* spec = nullptr;
+    XvoRealFFTSpec_32f* rec = nullptr;
     std::unique_ptr<Block> mem, init, work;
     XvoStatus st;
     Fft(int order, int flag) {
@@ -124,8 +124,8 @@ struct Fft {
         if (st != xvoStsOk) return;
         mem = std::make_unique<Block>(s);
         init = std::make_unique<Block>(i);
-        st = xvoRealFFTInit(&spec, order, flag, 0, mem->p, init->p);
-        if (st == xvoStsOk) st = xvoRealFFTGetBufSize(spec, &b);
+        st = xvoRealFFTInit(&rec, order, flag, 0, mem->p, init->p);
+        if (st == xvoStsOk) st = xvoRealFFTGetBufSize(rec, &b);
         work = std::make_unique<Block>(b);
     }
     Xvo8u* buf() { return work->p; }
@@ -179,19 +179,19 @@ TEST(RealFFT, MatchesDoublePrecisionForEveryOrderAndFlag) {
             Fft f(order, flag);
             ASSERT_EQ(f.st, xvoStsOk) << order;
             std::vector<float> y(n), z(n);
-            ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf()), xvoStsOk);
+            ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.rec, f.buf()), xvoStsOk);
             const double ef = relError(y, scaled(wantFwd, scaleOf(flag, true, double(n))));
             EXPECT_LT(ef, bound(order)) << "forward order " << order << " flag " << flag << " err " << ef;
-            ASSERT_EQ(xvoRealFFTInv_PackToR_32f(spectrum.data(), z.data(), f.spec, f.buf()), xvoStsOk);
+            ASSERT_EQ(xvoRealFFTInv_PackToR_32f(spectrum.data(), z.data(), f.rec, f.buf()), xvoStsOk);
             const double ei = relError(z, scaled(wantInv, scaleOf(flag, false, double(n))));
             EXPECT_LT(ei, bound(order)) << "inverse order " << order << " flag " << flag << " err " << ei;
             if (order > 16 && flag != 8) continue;
             // In place and with a temporary work area: bit-identical.
             std::vector<float> ip = x;
-            ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(ip.data(), ip.data(), f.spec, nullptr), xvoStsOk);
+            ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(ip.data(), ip.data(), f.rec, nullptr), xvoStsOk);
             EXPECT_EQ(std::memcmp(ip.data(), y.data(), n * 4), 0) << order;
             ip = spectrum;
-            ASSERT_EQ(xvoRealFFTInv_PackToR_32f(ip.data(), ip.data(), f.spec, nullptr), xvoStsOk);
+            ASSERT_EQ(xvoRealFFTInv_PackToR_32f(ip.data(), ip.data(), f.rec, nullptr), xvoStsOk);
             EXPECT_EQ(std::memcmp(ip.data(), z.data(), n * 4), 0) << order;
         }
     }
@@ -206,8 +206,8 @@ TEST(RealFFT, RoundTripRestoresTheSignal) {
             if (order > 20 && flag != 1) continue;
             Fft f(order, flag);
             std::vector<float> y(n);
-            xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf());
-            xvoRealFFTInv_PackToR_32f(y.data(), y.data(), f.spec, f.buf());
+            xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.rec, f.buf());
+            xvoRealFFTInv_PackToR_32f(y.data(), y.data(), f.rec, f.buf());
             const double back = flag == 8 ? double(n) : 1.0;
             for (size_t i = 0; i < n; ++i) ASSERT_NEAR(y[i], x[i] * back, 1e-5 * back) << order << " " << flag;
         }
@@ -230,14 +230,14 @@ TEST(RealFFT, PackLayoutOfSmallOrders) {
         while ((size_t{1} << order) < c.x.size()) ++order;
         Fft f(order, 8);
         std::vector<float> y(c.x.size());
-        ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(c.x.data(), y.data(), f.spec, nullptr), xvoStsOk);
+        ASSERT_EQ(xvoRealFFTFwd_RToPack_32f(c.x.data(), y.data(), f.rec, nullptr), xvoStsOk);
         for (size_t i = 0; i < y.size(); ++i) EXPECT_NEAR(y[i], c.pack[i], 1e-6) << order << " @" << i;
     }
     // A 128-point cosine at bin 5 puts N/2 into element 2*5-1 only.
     Fft f(7, 8);
     std::vector<float> x(128), y(128);
     for (int i = 0; i < 128; ++i) x[i] = float(std::cos(2 * M_PI * 5 * i / 128));
-    xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.spec, f.buf());
+    xvoRealFFTFwd_RToPack_32f(x.data(), y.data(), f.rec, f.buf());
     for (int i = 0; i < 128; ++i) EXPECT_NEAR(y[i], i == 9 ? 64.0f : 0.0f, 2e-5) << i;
 }
 
@@ -248,19 +248,19 @@ TEST(RealFFT, PackLayoutOfSmallOrders) {
 TEST(RealFFT, SizesFollowTheFormulasForEveryOrder) {
     auto a = [](long long v) { return (v + 31) / 32 * 32; };
     for (int k = 0; k <= XVO_FFT_MAX_ORDER; ++k) {
-        long long spec = 168, init = 0, work = 0;
+        long long rec = 168, init = 0, work = 0;
         if (k >= 5) {
             const long long N = 1LL << k, M = N / 2;
             long long base = 0;
             if (M >= 64) base = a(8 * M + 8), work = a(8 * M);
             base += a(4 * (M / 4) + 4);
-            spec = 2 * a(8 * (N / 4)) + base + 192;
+            rec = 2 * a(8 * (N / 4)) + base + 192;
             if (k >= 11) init = a(4 * (N / 4) + 4) + 32;
             if (work > 0) work += 32;
         }
         int s = -1, i = -1, w = -1;
         ASSERT_EQ(xvoRealFFTGetSize(k, 4, 0, &s, &i, &w), xvoStsOk) << k;
-        EXPECT_EQ(s, spec) << k;
+        EXPECT_EQ(s, rec) << k;
         EXPECT_EQ(i, init) << k;
         EXPECT_EQ(w, work) << k;
     }
@@ -270,10 +270,10 @@ TEST(RealFFT, SizesFollowTheFormulasForEveryOrder) {
     EXPECT_EQ(i, 0);
     EXPECT_EQ(w, 544);
     Fft f(7, 1);
-    ASSERT_EQ(xvoRealFFTGetBufSize(f.spec, &b), xvoStsOk);
+    ASSERT_EQ(xvoRealFFTGetBufSize(f.rec, &b), xvoStsOk);
     EXPECT_EQ(b, 576);
     Fft g(4, 1);
-    ASSERT_EQ(xvoRealFFTGetBufSize(g.spec, &b), xvoStsOk);
+    ASSERT_EQ(xvoRealFFTGetBufSize(g.rec, &b), xvoStsOk);
     EXPECT_EQ(b, 0);
 }
 
@@ -281,16 +281,16 @@ TEST(RealFFT, RecordIsBuiltOn32BytesWithTag) {
     int s, i, w;
     xvoRealFFTGetSize(11, 2, 0, &s, &i, &w);
     std::vector<Xvo8u> mem(s + 1), init(i);
-    XvoRealFFTSpec_32f* spec = nullptr;
-    ASSERT_EQ(xvoRealFFTInit(&spec, 11, 2, 7, mem.data() + 1, init.data()), xvoStsOk);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(spec) % 32, 0u);
-    EXPECT_EQ(spec->tag, 6);
-    EXPECT_EQ(spec->order, 11);
-    EXPECT_EQ(spec->hint, 7);
-    EXPECT_EQ(spec->fwdScaled, 0);
-    EXPECT_EQ(spec->invScaled, 1);
-    EXPECT_FLOAT_EQ(spec->scale, 1.0f / 2048);
-    EXPECT_EQ(spec->allocated, 0);
+    XvoRealFFTSpec_32f* rec = nullptr;
+    ASSERT_EQ(xvoRealFFTInit(&rec, 11, 2, 7, mem.data() + 1, init.data()), xvoStsOk);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(rec) % 32, 0u);
+    EXPECT_EQ(rec->tag, 6);
+    EXPECT_EQ(rec->order, 11);
+    EXPECT_EQ(rec->hint, 7);
+    EXPECT_EQ(rec->fwdScaled, 0);
+    EXPECT_EQ(rec->invScaled, 1);
+    EXPECT_FLOAT_EQ(rec->scale, 1.0f / 2048);
+    EXPECT_EQ(rec->allocated, 0);
 }
 
 TEST(RealFFT, StatusesInOrder) {
@@ -303,51 +303,51 @@ TEST(RealFFT, StatusesInOrder) {
     EXPECT_EQ(xvoRealFFTGetSize(5, 0, 0, &s, &i, &w), xvoStsFftFlag);
 
     std::vector<Xvo8u> mem(4096, 0xAB);
-    XvoRealFFTSpec_32f* spec = nullptr;
+    XvoRealFFTSpec_32f* rec = nullptr;
     EXPECT_EQ(xvoRealFFTInit(nullptr, 99, 3, 0, nullptr, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvoRealFFTInit(&spec, 99, 3, 0, nullptr, nullptr), xvoStsFftOrder);
-    EXPECT_EQ(xvoRealFFTInit(&spec, 5, 3, 0, nullptr, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvoRealFFTInit(&spec, 11, 2, 0, mem.data(), nullptr), xvoStsNullPtr);
-    EXPECT_EQ(spec, nullptr);
+    EXPECT_EQ(xvoRealFFTInit(&rec, 99, 3, 0, nullptr, nullptr), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTInit(&rec, 5, 3, 0, nullptr, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTInit(&rec, 11, 2, 0, mem.data(), nullptr), xvoStsNullPtr);
+    EXPECT_EQ(rec, nullptr);
     // A bad flag leaves the tag 0: the memory is then no record.
-    ASSERT_EQ(xvoRealFFTInit(&spec, 5, 4, 0, mem.data(), nullptr), xvoStsOk);
-    EXPECT_EQ(xvoRealFFTInit(&spec, 5, 3, 0, mem.data(), nullptr), xvoStsFftFlag);
+    ASSERT_EQ(xvoRealFFTInit(&rec, 5, 4, 0, mem.data(), nullptr), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTInit(&rec, 5, 3, 0, mem.data(), nullptr), xvoStsFftFlag);
     float x[32] = {}, y[32];
-    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x, y, spec, nullptr), xvoStsContextMatch);
-    EXPECT_EQ(xvoRealFFTInv_PackToR_32f(x, y, spec, nullptr), xvoStsContextMatch);
-    EXPECT_EQ(xvoRealFFTGetBufSize(spec, &s), xvoStsContextMatch);
-    EXPECT_EQ(xvoRealFFTFree(spec), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x, y, rec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTInv_PackToR_32f(x, y, rec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTGetBufSize(rec, &s), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTFree(rec), xvoStsContextMatch);
 
     Fft f(5, 1);
     // Tag before the data pointers, the record pointer before the tag.
     EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, nullptr, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, spec, nullptr), xvoStsContextMatch);
-    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, f.spec, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvoRealFFTInv_PackToR_32f(x, nullptr, f.spec, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvoRealFFTGetBufSize(f.spec, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, rec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(nullptr, y, f.rec, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTInv_PackToR_32f(x, nullptr, f.rec, nullptr), xvoStsNullPtr);
+    EXPECT_EQ(xvoRealFFTGetBufSize(f.rec, nullptr), xvoStsNullPtr);
     EXPECT_EQ(xvoRealFFTGetBufSize(nullptr, &s), xvoStsNullPtr);
     EXPECT_EQ(xvoRealFFTFree(nullptr), xvoStsNullPtr);
     // Free invalidates a caller-owned record without releasing it.
-    EXPECT_EQ(xvoRealFFTFree(f.spec), xvoStsOk);
-    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x, y, f.spec, nullptr), xvoStsContextMatch);
+    EXPECT_EQ(xvoRealFFTFree(f.rec), xvoStsOk);
+    EXPECT_EQ(xvoRealFFTFwd_RToPack_32f(x, y, f.rec, nullptr), xvoStsContextMatch);
     EXPECT_EQ(xvoRealFFTInitAlloc(nullptr, 5, 1, 0), xvoStsNullPtr);
-    EXPECT_EQ(xvoRealFFTInitAlloc(&spec, 40, 1, 0), xvoStsFftOrder);
-    EXPECT_EQ(xvoRealFFTInitAlloc(&spec, 5, 9, 0), xvoStsFftFlag);
+    EXPECT_EQ(xvoRealFFTInitAlloc(&rec, 40, 1, 0), xvoStsFftOrder);
+    EXPECT_EQ(xvoRealFFTInitAlloc(&rec, 5, 9, 0), xvoStsFftFlag);
 }
 
 TEST(RealFFT, InitAllocMatchesCallerMemory) {
     for (int order : {3, 6, 7, 11, 13}) {
-        XvoRealFFTSpec_32f* spec = nullptr;
-        ASSERT_EQ(xvoRealFFTInitAlloc(&spec, order, 4, 0), xvoStsOk);
-        EXPECT_EQ(spec->allocated, 1);
+        XvoRealFFTSpec_32f* rec = nullptr;
+        ASSERT_EQ(xvoRealFFTInitAlloc(&rec, order, 4, 0), xvoStsOk);
+        EXPECT_EQ(rec->allocated, 1);
         Fft f(order, 4);
         const size_t n = size_t{1} << order;
         const auto x = randomSignal(n, 9);
         std::vector<float> a(n), b(n);
-        xvoRealFFTFwd_RToPack_32f(x.data(), a.data(), spec, nullptr);
-        xvoRealFFTFwd_RToPack_32f(x.data(), b.data(), f.spec, f.buf());
+        xvoRealFFTFwd_RToPack_32f(x.data(), a.data(), rec, nullptr);
+        xvoRealFFTFwd_RToPack_32f(x.data(), b.data(), f.rec, f.buf());
         EXPECT_EQ(a, b);
-        EXPECT_EQ(xvoRealFFTFree(spec), xvoStsOk);
+        EXPECT_EQ(xvoRealFFTFree(rec), xvoStsOk);
     }
 }
 
@@ -366,12 +366,12 @@ TEST(RealFFT, SimdTwinsAreBitIdenticalToScalar) {
             if (kind == 1)  // extremes: huge (no overflow), subnormal and signed zeros
                 for (size_t i = 0; i < n; ++i) x[i] = (i % 3 == 0) ? 1e30f : (i % 3 == 1) ? -1e-38f : -0.0f;
             std::vector<float> want(n), wantInv(n);
-            ref.fwd(f.spec, x.data(), want.data(), work.data());
-            ref.inv(f.spec, x.data(), wantInv.data(), work.data());
+            ref.fwd(f.rec, x.data(), want.data(), work.data());
+            ref.inv(f.rec, x.data(), wantInv.data(), work.data());
             for (const auto& t : twins) {
                 std::vector<float> got(n), gotInv(n);
-                t.fwd(f.spec, x.data(), got.data(), work.data());
-                t.inv(f.spec, x.data(), gotInv.data(), work.data());
+                t.fwd(f.rec, x.data(), got.data(), work.data());
+                t.inv(f.rec, x.data(), gotInv.data(), work.data());
                 EXPECT_EQ(std::memcmp(got.data(), want.data(), n * 4), 0) << order << " kind " << kind;
                 EXPECT_EQ(std::memcmp(gotInv.data(), wantInv.data(), n * 4), 0) << order;
             }
