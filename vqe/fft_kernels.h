@@ -499,3 +499,5 @@ void realInv(const XvoRealFFTSpec_32f* rec, const Xvo32f* src, Xvo32f* dst, Xvo3
 }  // namespace
 
 }  // namespace xvo
+
+#undef XVO_FFT_INLINE
