@@ -19,6 +19,9 @@ constexpr int kFUp = 8;                       // fractional resolution of the de
 constexpr int kLh2S = 4, kLh2L = 16;          // short and long interpolation filter lengths
 constexpr int kLhUpS = kLh2S / 2, kLhUpL = kLh2L / 2;
 constexpr int kMemRes2 = kPitMax + 1 + kLhUpL;  // 152 past residual samples
+// The G.729 pitch range. Below it the interpolation filters would read past
+// the end of the subframe; the decoders never pass such delays.
+constexpr int kPitMinPst = 20;
 constexpr int kSubfrP1 = kSubfr + 1;
 constexpr int16_t kMinGplt = 21845;
 constexpr int kLongHSt = 20;
@@ -318,7 +321,7 @@ extern "C" {
 XVOSC_API XvoStatus xvosLongTermPostFilter_G729_16s(Xvo16s delay, const Xvo16s* pSrcResidual, Xvo16s* pDstFltResidual,
                                                     Xvo16s* pDstVoicing) {
     XVO_CHECK(xvo::ownCheckPtrs(pSrcResidual, pDstFltResidual, pDstVoicing));
-    XVO_RETURN_IF(delay < 1 || delay > kPitMax, xvoStsRange);
+    XVO_RETURN_IF(delay < kPitMinPst || delay > kPitMax, xvoStsRange);
     *pDstVoicing = longTermPost(delay, pSrcResidual + kMemRes2, pDstFltResidual);
     return xvoStsOk;
 }
@@ -326,7 +329,7 @@ XVOSC_API XvoStatus xvosLongTermPostFilter_G729_16s(Xvo16s delay, const Xvo16s* 
 XVOSC_API XvoStatus xvosLongTermPostFilter_G729B_16s(Xvo16s delay, const Xvo16s* pSrcResidual,
                                                      Xvo16s* pDstFltResidual, Xvo16s* pDstVoicing, Xvo16s frameType) {
     XVO_CHECK(xvo::ownCheckPtrs(pSrcResidual, pDstFltResidual, pDstVoicing));
-    XVO_RETURN_IF(delay < 1 || delay > kPitMax, xvoStsRange);
+    XVO_RETURN_IF(delay < kPitMinPst || delay > kPitMax, xvoStsRange);
     if (frameType == 1) {
         *pDstVoicing = longTermPost(delay, pSrcResidual + kMemRes2, pDstFltResidual);
     } else {

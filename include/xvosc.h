@@ -112,14 +112,21 @@ typedef enum {
     XVO_BITRATE_24000 = 22,
     XVO_BITRATE_32000 = 23,
     XVO_BITRATE_40000 = 24,
-    XVO_BITRATE_DTX   = 25  /**< silence descriptor frames */
+    XVO_BITRATE_DTX   = 25, /**< silence descriptor frames */
+    /* The two limits make every signed 32-bit value a value of the type, so
+     * a caller's unknown code is answered with xvoStsRange (in C++ an
+     * enumeration without them would leave such values undefined). */
+    XVO_BITRATE_ENUM_MIN = -2147483647 - 1,
+    XVO_BITRATE_ENUM_MAX = 2147483647
 } XvoSpeechRate;
 
 /** Companding law of a decoder's output. */
 typedef enum {
     XVO_PCM_MULAW  = 0,  /**< G.711 mu-law bytes */
     XVO_PCM_ALAW   = 1,  /**< G.711 A-law bytes */
-    XVO_PCM_LINEAR = 2   /**< 14-bit uniform PCM */
+    XVO_PCM_LINEAR = 2,  /**< 14-bit uniform PCM */
+    XVO_PCM_ENUM_MIN = -2147483647 - 1, /**< limits: any signed 32-bit value is a value of the type */
+    XVO_PCM_ENUM_MAX = 2147483647
 } XvoPCMLaw;
 
 /** Sampling frequencies accepted by the voice-quality kernels, in Hz. */
@@ -127,7 +134,9 @@ typedef enum {
     XVO_PCM_FREQ_8000  = 8000,
     XVO_PCM_FREQ_16000 = 16000,
     XVO_PCM_FREQ_22050 = 22050,
-    XVO_PCM_FREQ_32000 = 32000
+    XVO_PCM_FREQ_32000 = 32000,
+    XVO_PCM_FREQ_ENUM_MIN = -2147483647 - 1, /**< limits: any signed 32-bit value is a value of the type */
+    XVO_PCM_FREQ_ENUM_MAX = 2147483647
 } XvoPCMFrequency;
 
 /* ------------------------------------------------------------------------ */
@@ -812,12 +821,12 @@ XVOSC_API XvoStatus xvosGainControl_G729_32f_I(const Xvo32f* pSrc, Xvo32f* pSrcD
  *  correlation among delay-1..delay+1, refined to 1/8 sample with the short and long interpolation
  *  filters; the filter H(z) = (1 + g z^-T) / (1 + g) with g = 0.5 * the LTP gain (at most 1) is
  *  applied only when the normalised correlation exceeds 0.5.
- *  @param delay           in: the decoded integer pitch delay, 1..143.
+ *  @param delay           in: the decoded integer pitch delay, 20..143 (the G.729 pitch range).
  *  @param pSrcResidual    in: 192 samples: 152 past samples of the A(z/0.55) residual, then the 40
  *                         of the subframe.
  *  @param pDstFltResidual out: 40 filtered samples.
  *  @param pDstVoicing     out: the delay used (0 when the filter is off).
- *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when delay is outside 1..143; else xvoStsOk. */
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when delay is outside 20..143; else xvoStsOk. */
 XVOSC_API XvoStatus xvosLongTermPostFilter_G729_16s(Xvo16s delay, const Xvo16s* pSrcResidual, Xvo16s* pDstFltResidual,
                                                     Xvo16s* pDstVoicing);
 

@@ -6,8 +6,12 @@
 
 #include <cstdint>
 
+#if defined(__clang__)
+#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
+#else
 #pragma GCC push_options
 #pragma GCC target("avx2")
+#endif
 
 #include "vqe/fft_kernels.h"
 
@@ -118,4 +122,8 @@ OwnRealFFTKernels ownRealFFTKernelsAVX2() { return {fftk::realFwd<fftk::VAvx>, f
 
 }  // namespace xvo
 
+#if defined(__clang__)
+#pragma clang attribute pop
+#else
 #pragma GCC pop_options
+#endif

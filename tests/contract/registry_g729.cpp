@@ -421,7 +421,7 @@ void addExcitation(std::vector<Entry>& r) {
                                                          c.p<Xvo16s>(2));
               },
               {0, 1, 2}, {},
-              {{"delay 0", [](Call& c) { c.ints[0] = 0; }, xvoStsRange},
+              {{"delay 19", [](Call& c) { c.ints[0] = 19; }, xvoStsRange},
                {"delay 144", [](Call& c) { c.ints[0] = 144; }, xvoStsRange}}};
     ltp.fuzzRange = {{0, {-1, 145}}};
     r.push_back(ltp);

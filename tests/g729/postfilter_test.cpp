@@ -87,7 +87,7 @@ TEST(G729Postfilter, FrameTypeRangesAndFloatSynthesis) {
     ASSERT_EQ(xvosLongTermPostFilter_G729B_16s(50, res.data(), out, &vo, 0), xvoStsOk);  // SID: copy
     EXPECT_EQ(vo, 0);
     EXPECT_TRUE(std::equal(out, out + 40, res.begin() + 152));
-    EXPECT_EQ(xvosLongTermPostFilter_G729_16s(0, res.data(), out, &vo), xvoStsRange);
+    EXPECT_EQ(xvosLongTermPostFilter_G729_16s(19, res.data(), out, &vo), xvoStsRange);
     EXPECT_EQ(xvosLongTermPostFilter_G729_16s(144, res.data(), out, &vo), xvoStsRange);
     EXPECT_EQ(xvosLongTermPostFilter_G729A_16s(2, res.data(), out), xvoStsRange);
     EXPECT_EQ(xvosLongTermPostFilter_G729A_16s(50, nullptr, out), xvoStsNullPtr);
