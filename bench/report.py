@@ -14,6 +14,7 @@ import json
 import os
 import subprocess
 import sys
+import tempfile
 
 PEERS = {"spandsp", "fftw", "speexdsp", "bcg729", "ref", "webrtc"}
 OURS = {"xvosc", "scalar", "sse2", "sse41", "sse4.1", "avx2", "simd", "vector"}
@@ -21,14 +22,28 @@ UNIT = {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}
 
 
 def run(prog, min_time):
-    out = subprocess.run([prog, "--benchmark_format=json", f"--benchmark_min_time={min_time}"],
-                         check=True, capture_output=True, text=True).stdout
-    return json.loads(out)["benchmarks"]
+    # Some programs print their own comparison tables on stdout, so the JSON
+    # goes to a file of its own.
+    with tempfile.NamedTemporaryFile(suffix=".json") as out:
+        subprocess.run([prog, f"--benchmark_out={out.name}", "--benchmark_out_format=json",
+                        f"--benchmark_min_time={min_time}"],
+                       check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        with open(out.name) as f:
+            return json.load(f)["benchmarks"]
 
 
 def split(name):
-    parts = name.split("/")
-    impl = next((p for p in parts if p.lower() in PEERS | OURS), "xvosc")
+    parts = [p for p in name.split("/") if not p.startswith("repeats:")]
+    impl = next((p for p in parts if p.lower() in PEERS | OURS), None)
+    if impl is None:
+        # An implementation named as the prefix of the first component
+        # ("XvoscEncode", "SpandspEncode").
+        head = parts[0].lower()
+        pre = next((i for i in sorted(PEERS | OURS, key=len, reverse=True) if head.startswith(i)), None)
+        if pre and len(head) > len(pre):
+            parts[0] = parts[0][len(pre):]
+            return "/".join(parts), pre
+        return "/".join(parts), "xvosc"
     key = "/".join(p for p in parts if p != impl)
     return key, impl.lower()
 
@@ -41,9 +56,13 @@ def main():
         if not os.access(prog, os.X_OK) or prog.endswith((".cmake", ".py")):
             continue
         for b in run(prog, min_time):
+            name = b["name"]
             if b.get("run_type") == "aggregate":
-                continue
-            key, impl = split(b["name"])
+                # Programs that report only aggregates: take the fastest repetition.
+                if b.get("aggregate_name") != "min":
+                    continue
+                name = b["run_name"]
+            key, impl = split(name)
             ns = b["real_time"] * UNIT.get(b.get("time_unit", "ns"), 1.0)
             rows.setdefault(os.path.basename(prog), {}).setdefault(key, {})[impl] = (ns, b.get("frame_ns"))
     print(f"{'benchmark':58} {'ours ns':>11} {'impl':>7} {'peer':>9} {'peer ns':>11} {'peer/ours':>9} {'ch/core':>9}")
@@ -51,6 +70,11 @@ def main():
         print(f"-- {prog}")
         for key, impls in table.items():
             ours = [(ns, i, f) for i, (ns, f) in impls.items() if i in OURS]
+            if not ours:
+                # A peer measured once per size, ours per variant ("rate:8000" vs
+                # "rate:8000/level:2"): compare with our fastest variant.
+                ours = [(ns, i, f) for k, v in table.items() if k.startswith(key + "/")
+                        for i, (ns, f) in v.items() if i in OURS]
             peers = [(ns, i, f) for i, (ns, f) in impls.items() if i in PEERS]
             best = min(ours) if ours else None
             line = f"{key[:58]:58} "
