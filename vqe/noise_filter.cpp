@@ -101,11 +101,11 @@ int ownHistoryLen(int rate) { return rate * 1024 / 8000; }
 
 
 struct FftSizes {
-    int spec = 0, init = 0, work = 0;
+    int recordBytes = 0, init = 0, work = 0;
 };
 FftSizes ownFftSizes() {
     FftSizes z;
-    xvoRealFFTGetSize(kOrder, kFftFlag, 0, &z.spec, &z.init, &z.work);
+    xvoRealFFTGetSize(kOrder, kFftFlag, 0, &z.recordBytes, &z.init, &z.work);
     return z;
 }
 
@@ -482,7 +482,7 @@ void ownInit(State* st, int rate) {
     std::memset(st->history, 0, sizeof(Xvo32f) * st->len2);
     p += ownAlign32(sizeof(Xvo32f) * st->len2);
     Xvo8u* specMem = p;
-    p += ownAlign32(z.spec);
+    p += ownAlign32(z.recordBytes);
     st->fftWork = p;
     p += ownAlign32(z.init > z.work ? z.init : z.work);
     xvoRealFFTInit(&st->fftSpec, kOrder, kFftFlag, 0, specMem, z.init > 0 ? st->fftWork : nullptr);
@@ -538,7 +538,7 @@ const Xvo32f* ownNoiseWindow(int b) { return b ? kWindows.b : kWindows.a; }
 
 size_t ownFilterNoiseStateSize(int rate) {
     const FftSizes z = ownFftSizes();
-    return ownAlign32(z.spec) + ownAlign32(z.init > z.work ? z.init : z.work) +
+    return ownAlign32(z.recordBytes) + ownAlign32(z.init > z.work ? z.init : z.work) +
            ownAlign32(sizeof(Xvo32f) * ownHistoryLen(rate)) + 4960;
 }
 

@@ -41,15 +41,15 @@ uint32_t bits(float f) { return std::bit_cast<uint32_t>(f); }
 }  // namespace
 
 TEST(NoiseFilter, SizesFollowTheFormula) {
-    int spec = 0, init = 0, work = 0;
-    ASSERT_EQ(xvoRealFFTGetSize(7, XVO_FFT_DIV_INV_BY_N, 0, &spec, &init, &work), xvoStsOk);
+    int recordBytes = 0, init = 0, work = 0;
+    ASSERT_EQ(xvoRealFFTGetSize(7, XVO_FFT_DIV_INV_BY_N, 0, &recordBytes, &init, &work), xvoStsOk);
     auto a32 = [](int n) { return (n + 31) / 32 * 32; };
     const int expect[] = {10944, 15040, 18144, 23232};  // with the order-7 sizes 1344 and 544
     for (int i = 0; i < 4; ++i) {
         int size = -1;
         ASSERT_EQ(xvosFilterNoiseGetStateSize_EC_32f(XvoPCMFrequency(kRates[i]), &size), xvoStsOk);
-        EXPECT_EQ(size, a32(spec) + a32(std::max(init, work)) + a32(4 * (kRates[i] * 1024 / 8000)) + 4960);
-        if (spec == 1344 && work == 544 && init == 0) {
+        EXPECT_EQ(size, a32(recordBytes) + a32(std::max(init, work)) + a32(4 * (kRates[i] * 1024 / 8000)) + 4960);
+        if (recordBytes == 1344 && work == 544 && init == 0) {
             EXPECT_EQ(size, expect[i]);
         }
     }
