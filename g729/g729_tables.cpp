@@ -2,6 +2,8 @@
 // in the ITU-T G.729 reference code (see each declaration for its source).
 #include "g729/g729_tables.h"
 
+#include "core/fixed.h"
+
 namespace xvo::g729 {
 
 
@@ -647,20 +649,23 @@ constexpr int16_t kTabSidgain[32] = {
       3185,   4009,   5048,   6355,   8000,  10071,  12679,  15962,
 };
 
-constexpr int16_t kNoiseFg[2][4][10] = {
-    {
-        {8421,   9109,   9175,   8965,   9034,   9057,   8765,   8775,   9106,   8673},
-        {7018,   7189,   7638,   7307,   7444,   7379,   7038,   6956,   6930,   6868},
-        {5472,   4990,   5134,   5177,   5246,   5141,   5206,   5095,   4830,   5147},
-        {4056,   3031,   2614,   3024,   2916,   2713,   3309,   3237,   2857,   3473},
-    },
-    {
-        {8145,   8617,   8779,   8648,   8718,   8829,   8713,   8705,   8806,   8231},
-        {5894,   5525,   5603,   5773,   6016,   5968,   5896,   5835,   5721,   5707},
-        {4568,   3765,   3605,   3963,   4144,   4038,   4225,   4139,   3914,   4255},
-        {3643,   2455,   1944,   2466,   2438,   2259,   2798,   2775,   2479,   3124},
-    },
+// The Annex B noise predictors are built from the main-body ones as
+// Init_lsfq_noise builds them: predictor 0 is fg[0], predictor 1 is
+// 0.6 fg[0] + 0.4 fg[1] in Q15 arithmetic.
+struct NoiseFgTable {
+    int16_t v[2][4][10];
 };
+constexpr NoiseFgTable buildNoiseFg() {
+    NoiseFgTable t{};
+    for (int k = 0; k < 4; ++k)
+        for (int j = 0; j < 10; ++j) {
+            t.v[0][k][j] = kFg[0][k][j];
+            t.v[1][k][j] = fx::extract_h(fx::L_mac(fx::L_mult(kFg[0][k][j], 19660), kFg[1][k][j], 13107));
+        }
+    return t;
+}
+constexpr NoiseFgTable kNoiseFgBuilt = buildNoiseFg();
+const int16_t (&kNoiseFg)[2][4][10] = kNoiseFgBuilt.v;
 
 constexpr int16_t kNoiseFgSum[2][10] = {
     {7798,   8447,   8205,   8293,   8126,   8477,   8447,   8703,   9043,   8604},

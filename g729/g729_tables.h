@@ -192,7 +192,7 @@ extern const int16_t kMarg[3];
 extern const int16_t kTabSidgain[32];
 /// noise_fg: SID LSF MA predictors; row 0 = fg[0], row 1 = extract_h(L_mac(L_mult(fg[0], 19660), fg[1], 13107)) as Init_lsfq_noise builds it.
 /// Source: derived from the tables above.
-extern const int16_t kNoiseFg[2][4][10];
+extern const int16_t (&kNoiseFg)[2][4][10];
 /// noise_fg_sum: SID LSF predictor complement sums, Q15 (row 1 for 0.6*fg[0] + 0.4*fg[1]).
 /// Source: tab_dtx.c (Annex B).
 extern const int16_t kNoiseFgSum[2][10];

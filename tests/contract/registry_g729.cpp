@@ -172,14 +172,31 @@ int impulse32f(Call& c) {
     return k;
 }
 
+// Search inputs: d[40] (buffer 0), h[40] (1) and the packed matrix built from h (2).
+void searchInputs16(Call& c) {
+    c.random16(40, -3000, 3000);
+    const int h = impulse16(c);
+    const int m = c.buffer(616 * sizeof(Xvo16s));
+    xvosToeplizMatrix_G729_16s(c.p<Xvo16s>(h), c.p<Xvo16s>(m));
+}
+void searchInputs32(Call& c) {
+    c.random16(40, -3000, 3000);
+    const int h = impulse16(c);
+    const int m = c.buffer(616 * sizeof(Xvo32s));
+    xvosToeplizMatrix_G729_16s32s(c.p<Xvo16s>(h), c.p<Xvo32s>(m));
+}
+void searchInputs32f(Call& c) {
+    c.random32f(40, -1.0f, 1.0f);
+    const int h = impulse32f(c);
+    const int m = c.buffer(616 * sizeof(Xvo32f));
+    xvosToeplizMatrix_G729_32f(c.p<Xvo32f>(h), c.p<Xvo32f>(m));
+}
+
 void addExcitation(std::vector<Entry>& r) {
     // Fixed-codebook searches on a matrix built from the impulse response.
     Entry fcb16{"xvosFixedCodebookSearch_G729_16s",
                 [](Call& c) {
-                    c.random16(40, -3000, 3000);
-                    const int h = impulse16(c);
-                    const int m = c.buffer(616 * sizeof(Xvo16s));
-                    xvosToeplizMatrix_G729_16s(c.p<Xvo16s>(h), c.p<Xvo16s>(m));
+                    searchInputs16(c);
                     c.buffer(40 * sizeof(Xvo16s));
                     c.buffer(2 * sizeof(Xvo16s));
                     c.words({0});
@@ -196,10 +213,7 @@ void addExcitation(std::vector<Entry>& r) {
     r.push_back(fcb16);
     Entry fcb32{"xvosFixedCodebookSearch_G729_32s16s",
                 [](Call& c) {
-                    c.random16(40, -3000, 3000);
-                    const int h = impulse16(c);
-                    const int m = c.buffer(616 * sizeof(Xvo32s));
-                    xvosToeplizMatrix_G729_16s32s(c.p<Xvo16s>(h), c.p<Xvo32s>(m));
+                    searchInputs32(c);
                     c.buffer(40 * sizeof(Xvo16s));
                     c.buffer(2 * sizeof(Xvo16s));
                     c.words({0});
@@ -216,10 +230,7 @@ void addExcitation(std::vector<Entry>& r) {
     r.push_back(fcb32);
     Entry fcbf{"xvosFixedCodebookSearch_G729_32f",
                [](Call& c) {
-                   c.random32f(40, -1.0f, 1.0f);
-                   const int h = impulse32f(c);
-                   const int m = c.buffer(616 * sizeof(Xvo32f));
-                   xvosToeplizMatrix_G729_32f(c.p<Xvo32f>(h), c.p<Xvo32f>(m));
+                   searchInputs32f(c);
                    c.buffer(40 * sizeof(Xvo32f));
                    c.buffer(2 * sizeof(Xvo16s));
                    c.words({0});
@@ -236,10 +247,7 @@ void addExcitation(std::vector<Entry>& r) {
 
     r.push_back({"xvosFixedCodebookSearch_G729A_16s",
                  [](Call& c) {
-                     c.random16(40, -3000, 3000);
-                     const int h = impulse16(c);
-                     const int m = c.buffer(616 * sizeof(Xvo16s));
-                     xvosToeplizMatrix_G729_16s(c.p<Xvo16s>(h), c.p<Xvo16s>(m));
+                     searchInputs16(c);
                      c.buffer(40 * sizeof(Xvo16s));
                      c.buffer(2 * sizeof(Xvo16s));
                  },
@@ -250,10 +258,7 @@ void addExcitation(std::vector<Entry>& r) {
                  {0, 2, 3, 4}, {}, {}});
     r.push_back({"xvosFixedCodebookSearch_G729A_32s16s",
                  [](Call& c) {
-                     c.random16(40, -3000, 3000);
-                     const int h = impulse16(c);
-                     const int m = c.buffer(616 * sizeof(Xvo32s));
-                     xvosToeplizMatrix_G729_16s32s(c.p<Xvo16s>(h), c.p<Xvo32s>(m));
+                     searchInputs32(c);
                      c.buffer(40 * sizeof(Xvo16s));
                      c.buffer(2 * sizeof(Xvo16s));
                  },
@@ -264,10 +269,7 @@ void addExcitation(std::vector<Entry>& r) {
                  {0, 2, 3, 4}, {}, {}});
     Entry fcbaf{"xvosFixedCodebookSearch_G729A_32f",
                 [](Call& c) {
-                    c.random32f(40, -1.0f, 1.0f);
-                    const int h = impulse32f(c);
-                    const int m = c.buffer(616 * sizeof(Xvo32f));
-                    xvosToeplizMatrix_G729_32f(c.p<Xvo32f>(h), c.p<Xvo32f>(m));
+                    searchInputs32f(c);
                     c.buffer(40 * sizeof(Xvo32f));
                     c.buffer(2 * sizeof(Xvo16s));
                 },
