@@ -1055,6 +1055,54 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
 /* @section g729exc:end */
 
 /* ======================================================================== */
+/* G.729 complete coders (main body, Annexes A, B, D, E) and their steps  */
+/* ======================================================================== */
+/* @section g729coder:begin */
+/* @section g729coder:end */
+
+/* ======================================================================== */
+/* G.723.1 adaptive codebook, pitch, postfilter, codebooks and gains      */
+/* ======================================================================== */
+/* @section g723:begin */
+/* @section g723:end */
+
+/* ======================================================================== */
+/* GSM-AMR codebook kernels                                               */
+/* ======================================================================== */
+/* @section gsmamr:begin */
+/* @section gsmamr:end */
+
+/* ======================================================================== */
+/* GSM-AMR voice activity detection, option 1                             */
+/* ======================================================================== */
+/* @section gsmamr_vad1:begin */
+/* @section gsmamr_vad1:end */
+
+/* ======================================================================== */
+/* GSM-AMR voice activity detection option 2, DTX, LSF and pre-emphasis   */
+/* ======================================================================== */
+/* @section gsmamr_vad2dtx:begin */
+/* @section gsmamr_vad2dtx:end */
+
+/* ======================================================================== */
+/* AMR-WB ISF quantisation, DTX buffers and open-loop pitch               */
+/* ======================================================================== */
+/* @section amrwb:begin */
+/* @section amrwb:end */
+
+/* ======================================================================== */
+/* AMR-WB voice activity detection                                        */
+/* ======================================================================== */
+/* @section amrwb_vad:begin */
+/* @section amrwb_vad:end */
+
+/* ======================================================================== */
+/* AMR-WB+ band split, join, resampling and low-band post-filter          */
+/* ======================================================================== */
+/* @section amrwbe:begin */
+/* @section amrwbe:end */
+
+/* ======================================================================== */
 /* Voice-quality enhancement: noise suppressor and level control            */
 /* ======================================================================== */
 /* @section vqe:begin */
