@@ -57,8 +57,6 @@ TEST(NoiseFilter, SizesFollowTheFormula) {
 
 TEST(NoiseFilter, ArgumentChecks) {
     int size = -1;
-    EXPECT_EQ(xvosFilterNoiseGetStateSize_EC_32f(XVO_PCM_FREQ_8000, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseGetStateSize_EC_32f(XvoPCMFrequency(44100), nullptr), xvoStsNullPtr);
     std::vector<unsigned char> mem(30000, 0x5A), copy = mem;
     auto* st = reinterpret_cast<XvoFilterNoiseState_EC_32f*>(mem.data());
     for (int bad : {11025, 44100, 0, -8000, 8001}) {
@@ -67,25 +65,13 @@ TEST(NoiseFilter, ArgumentChecks) {
     }
     EXPECT_EQ(size, -1);
     EXPECT_EQ(mem, copy);  // failing Init left the memory alone
-    EXPECT_EQ(xvosFilterNoiseInit_EC_32f(XVO_PCM_FREQ_8000, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseLevel_EC_32f(1, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseSetMode_EC_32f(0, nullptr), xvoStsNullPtr);
-
     Ns ns(8000);
-    float x[16] = {}, y[16] = {};
+    float x[16] = {};
     double e = 0;
-    float stat = 0;
     int det = 0;
-    EXPECT_EQ(xvosFilterNoise_EC_32f(nullptr, y, 0, ns.st), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoise_EC_32f(x, nullptr, 0, ns.st), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoise_EC_32f(x, y, 0, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoise_EC_32f_I(nullptr, 0, ns.st), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoise_EC_32f_I(x, 0, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseDetect_EC_32f64f(nullptr, &e, &stat, &det, ns.st), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseDetect_EC_32f64f(x, nullptr, &stat, &det, ns.st), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseDetect_EC_32f64f(x, &e, &stat, nullptr, ns.st), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseDetect_EC_32f64f(x, &e, &stat, &det, nullptr), xvoStsNullPtr);
-    EXPECT_EQ(xvosFilterNoiseDetect_EC_32f64f(x, &e, nullptr, &det, ns.st), xvoStsOk);  // statistic is optional
+    // The null-pointer order of every call is swept by the contract registry;
+    // here only what it cannot see: the statistic is optional.
+    EXPECT_EQ(xvosFilterNoiseDetect_EC_32f64f(x, &e, nullptr, &det, ns.st), xvoStsOk);
     EXPECT_EQ(ns.v().histCount, 16);  // only the successful call fed the history
 
     // Modes: -1, 0, 1 stored; anything else -5 and the mode kept.
