@@ -136,6 +136,9 @@ const OwnLspKernels& ownLspKernels();
 /// One Chebyshev evaluation of the reference (Chebps_11 / Chebps_10 / GSM-AMR Chebps):
 /// q23 selects the Q23 evaluation of Chebps_10.
 int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23);
+/// Whether the coefficients allow the plain 32-bit form of the evaluation (every
+/// coefficient term within 2^28); the fast forms run the operator form otherwise.
+bool ownChebpsFastOk(const int16_t* f, int shift);
 /// The same, operator by operator with the reference's saturations (the defining form).
 int16_t ownChebpsExact_16s(int16_t x, const int16_t* f, int shift, bool q23);
 

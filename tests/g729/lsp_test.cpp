@@ -388,3 +388,25 @@ TEST(LspSimd, TwinsEqualScalar) {
         }
     }
 }
+
+TEST(LspSimd, RootFinderTwinsAgree) {
+    // Random and scaled-down coefficient sets reach every path: full root sets,
+    // lost roots, the Q10 recomputation and grid points beyond the plain range.
+    std::mt19937 rng(2026);
+    std::uniform_int_distribution<int> any(-32768, 32767);
+    const auto& ref = ownLspKernelsFor(xvo::OwnCpuLevel::Scalar);
+    for (auto level : {xvo::OwnCpuLevel::SSE41, xvo::OwnCpuLevel::AVX2}) {
+        if (!xvo::ownCpuSupports(level)) continue;
+        const auto& k = ownLspKernelsFor(level);
+        for (int t = 0; t < 20000; ++t) {
+            int16_t a[11];
+            for (auto& v : a) v = static_cast<int16_t>(any(rng) >> (t % 5));
+            for (const auto* p : {&kLpcToLspG729, &kLpcToLspG729A, &kLpcToLspGsmAmr}) {
+                int16_t r0[10] = {}, r1[10] = {};
+                const int n0 = ownLPCToLSP_16s(a, r0, *p, ref), n1 = ownLPCToLSP_16s(a, r1, *p, k);
+                ASSERT_EQ(n0, n1) << "case " << t;
+                ASSERT_TRUE(std::equal(r0, r0 + n0, r1)) << "case " << t;
+            }
+        }
+    }
+}
