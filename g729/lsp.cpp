@@ -367,48 +367,62 @@ void expand(int16_t* buf, int16_t gap, int from, int to) {
 }
 
 /// The MA sums of both directions in 64 bits, column by column so that they
-/// vectorise: acc[j] = start[j] + sign * sum_k 2 * prevFreq[k][j] * fg[ma][k][j].
+/// vectorise: acc[j] = start[j] + sign * sum_k 2 * prevFreq[k][j] * fg[k][j].
 /// Returns true when a partial sum left the 32-bit range, where the reference's
 /// saturating L_mac / L_msu chain would differ from the plain sum.
-bool maSums(int64_t* acc, const int16_t* prevFreq, int ma, int sign) {
+bool maSums(int64_t* acc, const int16_t* prevFreq, const int16_t (*fg)[kM], int sign) {
     uint64_t out = 0;
     for (int k = 0; k < kMaNp; ++k)
         for (int j = 0; j < kM; ++j) {  // fg >= 0: L_mult cannot saturate
-            acc[j] += sign * 2 * int64_t(prevFreq[k * kM + j]) * kFg[ma][k][j];
+            acc[j] += sign * 2 * int64_t(prevFreq[k * kM + j]) * fg[k][j];
             out |= static_cast<uint64_t>(acc[j] + 0x80000000LL) >> 32;
         }
     return out != 0;
 }
 
-/// Lsp_prev_compose: lsf[j] = extract_h(L_mult(buf, fg_sum) + sum_k L_mult(prevFreq, fg)).
-void composePrediction(const int16_t* buf, const int16_t* prevFreq, int ma, int16_t* lsf) {
+}  // namespace
+
+void ownMaCompose_16s(const int16_t* buf, const int16_t* prevFreq, const int16_t (*fg)[kM], const int16_t* fgSum,
+                      int16_t* lsf) {
     int64_t acc[kM];
-    for (int j = 0; j < kM; ++j) acc[j] = 2 * int64_t(buf[j]) * kFgSum[ma][j];
-    if (maSums(acc, prevFreq, ma, 1)) {
+    for (int j = 0; j < kM; ++j) acc[j] = 2 * int64_t(buf[j]) * fgSum[j];
+    if (maSums(acc, prevFreq, fg, 1)) {
         for (int j = 0; j < kM; ++j) {
-            int32_t t = L_mult(buf[j], kFgSum[ma][j]);
-            for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+            int32_t t = L_mult(buf[j], fgSum[j]);
+            for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], fg[k][j]);
             acc[j] = t;
         }
     }
     for (int j = 0; j < kM; ++j) lsf[j] = static_cast<int16_t>(acc[j] >> 16);
 }
 
-/// Lsp_prev_extract: the residual that lsf implies under predictor ma.
-void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* res) {
+void ownMaExtract_16s(const int16_t* lsf, const int16_t* prevFreq, const int16_t (*fg)[kM], const int16_t* fgSumInv,
+                      int16_t* res) {
     int64_t acc[kM];
     for (int j = 0; j < kM; ++j) acc[j] = int64_t(lsf[j]) * 65536;
-    if (maSums(acc, prevFreq, ma, -1)) {
+    if (maSums(acc, prevFreq, fg, -1)) {
         for (int j = 0; j < kM; ++j) {
             int32_t t = L_deposit_h(lsf[j]);
-            for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+            for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], fg[k][j]);
             acc[j] = t;
         }
     }
     for (int j = 0; j < kM; ++j) {
         const int16_t tmp = static_cast<int16_t>(acc[j] >> 16);
-        res[j] = extract_h(sat32(int64_t(L_mult(tmp, kFgSumInv[ma][j])) * 8));  // L_shl(., 3)
+        res[j] = extract_h(sat32(int64_t(L_mult(tmp, fgSumInv[j])) * 8));  // L_shl(., 3)
     }
+}
+
+namespace {
+
+/// Lsp_prev_compose with the main-body predictor ma.
+void composePrediction(const int16_t* buf, const int16_t* prevFreq, int ma, int16_t* lsf) {
+    ownMaCompose_16s(buf, prevFreq, kFg[ma], kFgSum[ma], lsf);
+}
+
+/// Lsp_prev_extract with the main-body predictor ma.
+void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* res) {
+    ownMaExtract_16s(lsf, prevFreq, kFg[ma], kFgSumInv[ma], res);
 }
 
 /// Index of the first smallest of n keys (the reference keeps the first of equal distances).

@@ -1,5 +1,5 @@
-// Vector twins of the two hot loops of the G.729 line-spectral family:
-// the first-stage LSF codebook distances (128 entries x 10) and the
+// Vector twins of the hot loops of the G.729 line-spectral family: the
+// LSF codebook distances of both stages (main body and SID) and the
 // Chebyshev evaluations of the root finder at the grid points. The scalar
 // forms define the results; the SSE4.1 and AVX2 forms reproduce every
 // saturation of the reference operators lane by lane and are tested equal
@@ -47,6 +47,18 @@ void dist2Scalar(const int16_t* r, const int16_t* w, int from, int32_t* d) {
             dist = fx::L_mac(dist, fx::mult(w[j], t), t);
         }
         d[k] = dist == fx::MAX_32 ? static_cast<int32_t>(kDistCap) : dist >> 1;
+    }
+}
+
+void sidDist2Scalar(const int16_t* r, const int16_t* w, int16_t* e) {
+    for (int m = 0; m < 16; ++m) {
+        int32_t acc = 0;
+        for (int j = 0; j < kM; ++j) {
+            const int16_t d = fx::sub(r[j], kLspcb2[kPtrTab2[j < 5 ? 0 : 1][m]][j]);
+            const int16_t t = fx::extract_h(fx::L_shl(fx::L_mult(w[j], d), 3));
+            acc = fx::L_mac(acc, t, d);
+        }
+        e[m] = fx::extract_h(acc);
     }
 }
 
@@ -202,6 +214,49 @@ XVO_VINLINE void dist2Vec(const int16_t* r, const int16_t* w, int from, int32_t*
     }
 }
 
+/// The SID second-stage codebook by column: v[j][m] = lspcb2[ptrTab2[j < 5 ? 0 : 1][m]][j].
+struct SidCb2T {
+    alignas(32) int16_t v[10][16];
+};
+const SidCb2T& sidCb2T() {
+    static const SidCb2T t = [] {
+        SidCb2T c{};
+        for (int j = 0; j < kM; ++j)
+            for (int m = 0; m < 16; ++m) c.v[j][m] = kLspcb2[kPtrTab2[j < 5 ? 0 : 1][m]][j];
+        return c;
+    }();
+    return t;
+}
+
+/// t = extract_h(L_shl(L_mult(w, d), 3)) is sat16((w d) >> 12); t and d share
+/// their sign, so every L_mac term is 2 t d in 0..2^31 (read unsigned, 2^31
+/// where L_mult saturates) and the saturating sum is the unsigned sum capped
+/// at 2^31 - 1 (sum of a capped value and one term stays below 2^32).
+template <int N>
+XVO_VINLINE void sidDist2Vec(const int16_t* r, const int16_t* w, int16_t* e) {
+    using S = typename Lanes<N>::S;
+    using U = typename Lanes<N>::U;
+    using H = typename Lanes<N>::H;
+    const SidCb2T& cb = sidCb2T();
+    for (int m = 0; m < 16; m += N) {
+        U acc{};
+        for (int j = 0; j < kM; ++j) {
+            H c;
+            __builtin_memcpy(&c, &cb.v[j][m], sizeof c);
+            S d = (S{} + r[j]) - __builtin_convertvector(c, S);
+            d = d > 32767 ? S{} + 32767 : d;
+            d = d < -32768 ? S{} - 32768 : d;
+            S t = ((S{} + w[j]) * d) >> 12;
+            t = t > 32767 ? S{} + 32767 : t;
+            t = t < -32768 ? S{} - 32768 : t;
+            acc += (U)(t * d) << 1;
+            acc = acc < 0x7fffffffu ? acc : U{} + 0x7fffffffu;
+        }
+        const H h = __builtin_convertvector((S)(acc >> 16), H);
+        __builtin_memcpy(e + m, &h, sizeof h);
+    }
+}
+
 #define XVO_SSE41 __attribute__((target("sse4.1")))
 #define XVO_AVX2 __attribute__((target("avx2")))
 
@@ -226,6 +281,7 @@ XVO_SSE41 void dist1Sse41(const int16_t* r, int32_t* d) {
     }
 }
 XVO_SSE41 void dist2Sse41(const int16_t* r, const int16_t* w, int from, int32_t* d) { dist2Vec<4>(r, w, from, d); }
+XVO_SSE41 void sidDist2Sse41(const int16_t* r, const int16_t* w, int16_t* e) { sidDist2Vec<4>(r, w, e); }
 XVO_AVX2 void chebGridAvx2(const int16_t* x, int n, const int16_t* f, int shift, bool q23, int16_t* y) {
     chebGridVec<8>(x, n, f, shift, q23, y);
 }
@@ -244,14 +300,15 @@ XVO_AVX2 void dist1Avx2(const int16_t* r, int32_t* d) {
     }
 }
 XVO_AVX2 void dist2Avx2(const int16_t* r, const int16_t* w, int from, int32_t* d) { dist2Vec<8>(r, w, from, d); }
+XVO_AVX2 void sidDist2Avx2(const int16_t* r, const int16_t* w, int16_t* e) { sidDist2Vec<8>(r, w, e); }
 
 #undef XVO_AVX2
 #undef XVO_SSE41
 #undef XVO_VINLINE
 
-constexpr OwnLspKernels kScalar{dist1Scalar, chebGridScalar, dist2Scalar};
-constexpr OwnLspKernels kSse41{dist1Sse41, chebGridSse41, dist2Sse41};
-constexpr OwnLspKernels kAvx2{dist1Avx2, chebGridAvx2, dist2Avx2};
+constexpr OwnLspKernels kScalar{dist1Scalar, chebGridScalar, dist2Scalar, sidDist2Scalar};
+constexpr OwnLspKernels kSse41{dist1Sse41, chebGridSse41, dist2Sse41, sidDist2Sse41};
+constexpr OwnLspKernels kAvx2{dist1Avx2, chebGridAvx2, dist2Avx2, sidDist2Avx2};
 
 }  // namespace
 

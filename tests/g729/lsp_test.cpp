@@ -374,6 +374,10 @@ TEST(LspSimd, TwinsEqualScalar) {
                 k.dist2(r, w, from, e1);
                 ASSERT_TRUE(std::equal(e0, e0 + 32, e1)) << "dist2, case " << t;
             }
+            int16_t s0[16], s1[16];  // SID second stage
+            ref.sidDist2(r, w, s0);
+            k.sidDist2(r, w, s1);
+            ASSERT_TRUE(std::equal(s0, s0 + 16, s1)) << "sidDist2, case " << t;
 
             int16_t f[6];
             for (int j = 0; j < 6; ++j) f[j] = static_cast<int16_t>(mode == 1 ? (any(rng) & 1 ? 32767 : -32768) : any(rng) >> (mode == 2 ? 4 : 0));
