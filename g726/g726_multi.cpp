@@ -67,11 +67,11 @@ XVO_G726_MTGT XVO_MINLINE V gatherU32(const uint32_t* base, V idx) {
     return (V)_mm256_i32gather_epi32(reinterpret_cast<const int*>(base), (__m256i)idx, 4);
 }
 
-XVO_MINLINE V vmin(V a, V b) { return a < b ? a : b; }
-XVO_MINLINE V vmax(V a, V b) { return a > b ? a : b; }
-XVO_MINLINE V vlim(V x, int lo, int hi) { return vmin(vmax(x, V{} + lo), V{} + hi); }
-XVO_MINLINE V vabs(V x) { return x < 0 ? -x : x; }
-XVO_MINLINE V wrap16(V x) { return (V)((UV)x << 16) >> 16; }
+XVO_G726_MTGT XVO_MINLINE V vmin(V a, V b) { return a < b ? a : b; }
+XVO_G726_MTGT XVO_MINLINE V vmax(V a, V b) { return a > b ? a : b; }
+XVO_G726_MTGT XVO_MINLINE V vlim(V x, int lo, int hi) { return vmin(vmax(x, V{} + lo), V{} + hi); }
+XVO_G726_MTGT XVO_MINLINE V vabs(V x) { return x < 0 ? -x : x; }
+XVO_G726_MTGT XVO_MINLINE V wrap16(V x) { return (V)((UV)x << 16) >> 16; }
 
 /// The float bits of a non-negative x below 2^24.
 XVO_G726_MTGT XVO_MINLINE V floatBits(V x) { return (V)_mm256_cvtepi32_ps((__m256i)x); }
