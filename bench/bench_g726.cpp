@@ -1,8 +1,10 @@
 // G.726 encode and decode speed per rate, side by side with spandsp's G.726
 // (linear PCM mode, one code per byte) on the same speech-like input. Prints
-// ns per sample for both libraries and the ratio spandsp / xvosc. Each
-// benchmark runs several repetitions and the table takes the fastest, which
-// is the steadiest figure on a shared machine.
+// ns per sample for both libraries and the ratio spandsp / xvosc, then the
+// encoders over 1, 8 and 64 independent channels (ours through the
+// multi-channel entry point, spandsp one state after another) as channels
+// per core at 32 kbit/s. Each benchmark runs several repetitions and the
+// tables take the fastest, which is the steadiest figure on a shared machine.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -22,6 +24,7 @@ namespace {
 
 constexpr int kN = 8000;  // one second per iteration
 constexpr int kRepetitions = 7;
+constexpr int kChannelCounts[] = {1, 8, 64};
 constexpr int kKbps[] = {16, 24, 32, 40};
 constexpr XvoSpeechRate kRate[] = {XVO_BITRATE_16000, XVO_BITRATE_24000, XVO_BITRATE_32000, XVO_BITRATE_40000};
 
@@ -59,10 +62,36 @@ const std::vector<uint8_t>& codes(int r) {
     return c;
 }
 
-void perSample(benchmark::State& state) {
+/// Counters of a run that codes `channels` channels of kN samples (one second) per iteration:
+/// ns per sample and channel, and the audio duration per iteration (frame_ns) from which the
+/// report derives channels per core.
+void perSample(benchmark::State& state, int channels = 1) {
+    const double n = static_cast<double>(kN) * channels;
     state.counters["ns/sample"] =
-        benchmark::Counter(static_cast<double>(state.iterations()) * kN, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-    state.SetItemsProcessed(state.iterations() * kN);
+        benchmark::Counter(static_cast<double>(state.iterations()) * n, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["frame_ns"] = 1e9 * channels;
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * n));
+}
+
+/// Channel c's input: the speech stand-in rotated by 101 c samples, so that no
+/// two channels code the same signal.
+int16_t channelSample(int c, int i) { return input14()[(i + 101 * c) % kN]; }
+
+void XvoscEncodeChannels(benchmark::State& state) {
+    const int nch = static_cast<int>(state.range(0));
+    std::vector<uint8_t> st(88 * static_cast<size_t>(nch));
+    auto* s = reinterpret_cast<XvoG726State*>(st.data());
+    for (int c = 0; c < nch; ++c)
+        xvosEncodeInit_G726_16s8u(reinterpret_cast<XvoG726State*>(st.data() + 88 * c), XVO_BITRATE_32000);
+    std::vector<int16_t> in(static_cast<size_t>(kN) * nch);
+    for (int i = 0; i < kN; ++i)
+        for (int c = 0; c < nch; ++c) in[static_cast<size_t>(i) * nch + c] = channelSample(c, i);
+    std::vector<uint8_t> out(in.size());
+    for (auto _ : state) {
+        xvosEncodeMulti_G726_16s8u(s, in.data(), out.data(), nch, kN);
+        benchmark::DoNotOptimize(out.data());
+    }
+    perSample(state, nch);
 }
 
 void XvoscEncode(benchmark::State& state) {
@@ -103,6 +132,23 @@ void SpandspEncode(benchmark::State& state) {
     }
     g726_free(s);
     perSample(state);
+}
+
+void SpandspEncodeChannels(benchmark::State& state) {
+    const int nch = static_cast<int>(state.range(0));
+    std::vector<g726_state_t*> s(nch);
+    std::vector<std::vector<int16_t>> in(nch, std::vector<int16_t>(kN));
+    for (int c = 0; c < nch; ++c) {
+        s[c] = g726_init(nullptr, 32000, G726_ENCODING_LINEAR, G726_PACKING_NONE);
+        for (int i = 0; i < kN; ++i) in[c][i] = static_cast<int16_t>(channelSample(c, i) * 4);
+    }
+    std::vector<uint8_t> out(kN);
+    for (auto _ : state) {
+        for (int c = 0; c < nch; ++c) g726_encode(s[c], out.data(), in[c].data(), kN);
+        benchmark::DoNotOptimize(out.data());
+    }
+    for (auto* p : s) g726_free(p);
+    perSample(state, nch);
 }
 
 void SpandspDecode(benchmark::State& state) {
@@ -146,6 +192,19 @@ public:
                 else
                     std::printf("%-8s %-6d %14.1f %14s %8s\n", op, kKbps[r], x, "-", "-");
             }
+        std::printf("\nencoding at 32 kbit/s, channels per core (one second of audio per channel per second)\n");
+        std::printf("%-9s %14s %14s %8s\n", "channels", "xvosc", "spandsp", "ratio");
+        for (int nch : kChannelCounts) {
+            char xn[48], sn[48];
+            std::snprintf(xn, sizeof xn, "XvoscEncodeChannels/channels:%d", nch);
+            std::snprintf(sn, sizeof sn, "SpandspEncodeChannels/channels:%d", nch);
+            const double x = get(xn), sp = get(sn);  // ns per sample and channel
+            if (x <= 0) continue;
+            if (sp > 0)
+                std::printf("%-9d %14.0f %14.0f %7.2fx\n", nch, 1e9 / (kN * x), 1e9 / (kN * sp), sp / x);
+            else
+                std::printf("%-9d %14.0f %14s %8s\n", nch, 1e9 / (kN * x), "-", "-");
+        }
     }
 
 private:
@@ -163,11 +222,21 @@ void perRate(benchmark::internal::Benchmark* b) {
         ->ComputeStatistics("min", [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); });
 }
 
+void perChannelCount(benchmark::internal::Benchmark* b) {
+    b->ArgName("channels");
+    for (int n : kChannelCounts) b->Arg(n);
+    b->Repetitions(kRepetitions)
+        ->ReportAggregatesOnly(true)
+        ->ComputeStatistics("min", [](const std::vector<double>& v) { return *std::min_element(v.begin(), v.end()); });
+}
+
 }  // namespace
 
+BENCHMARK(XvoscEncodeChannels)->Apply(perChannelCount);
 BENCHMARK(XvoscEncode)->Apply(perRate);
 BENCHMARK(XvoscDecode)->Apply(perRate);
 #ifdef XVOSC_HAVE_SPANDSP
+BENCHMARK(SpandspEncodeChannels)->Apply(perChannelCount);
 BENCHMARK(SpandspEncode)->Apply(perRate);
 BENCHMARK(SpandspDecode)->Apply(perRate);
 #endif

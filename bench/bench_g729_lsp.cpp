@@ -1,15 +1,18 @@
 // G.729 line-spectral kernels: ns per call of the LPC-to-LSP root finder
-// (main body and Annex A) and of the LSF quantiser, for the exported
-// functions and for every SIMD level of the internal kernels this machine
-// has, on speech-like spectra (stable 10th-order filters with five resonances).
+// (main body and Annex A) and of the LSF quantisers (main body and Annex B
+// SID), for the exported functions and for every SIMD level of the internal
+// kernels this machine has, on speech-like spectra (stable 10th-order filters
+// with five resonances).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <complex>
 #include <random>
 #include <vector>
 
+#include "g729/annexb.h"
 #include "g729/g729_tables.h"
 #include "g729/lsp.h"
 #include "xvosc.h"
@@ -129,6 +132,40 @@ void BM_LSFQuantSearch(benchmark::State& state, OwnCpuLevel level) {
     }
 }
 
+/// The Annex B SID quantiser on the corpus LSF, spaced as its callers pass them.
+void BM_SidQuant(benchmark::State& state, const OwnLspKernels* k) {
+    std::vector<std::array<int16_t, 10>> lsf;
+    for (const auto& fr : corpus()) {
+        std::array<int16_t, 10> v;
+        std::copy(fr.lsf, fr.lsf + 10, v.begin());
+        if (v[0] < 40) v[0] = 40;
+        for (int j = 0; j < 9; ++j)
+            if (v[j + 1] - v[j] < 642) v[j + 1] = static_cast<int16_t>(std::min(v[j] + 642, 32767));
+        if (v[9] > 25681) v[9] = 25681;
+        if (v[9] < v[8]) v[8] = static_cast<int16_t>(v[9] - 321);
+        lsf.push_back(v);
+    }
+    int16_t mem[40], q[10], idx[4];
+    for (int j = 0; j < 4; ++j) std::copy(kFreqPrevReset, kFreqPrevReset + 10, mem + 10 * j);
+    size_t i = 0;
+    for (auto _ : state) {
+        const int16_t* v = lsf[i++ & 255].data();
+        if (k) {
+            ownSidLsfSearch_16s(v, mem, idx, *k);
+        } else {
+            int16_t m[40];
+            std::copy(mem, mem + 40, m);  // the memory stays that of the reset
+            xvosLSFQuant_G729B_16s(v, m, q, idx);
+        }
+        benchmark::DoNotOptimize(idx);
+    }
+}
+
+void BM_SidQuantSearch(benchmark::State& state, OwnCpuLevel level) {
+    const OwnLspKernels* k = kernelsOrSkip(state, level);
+    if (k) BM_SidQuant(state, k);
+}
+
 void BM_LSFDecode(benchmark::State& state) {
     int16_t mem[40], lsf[10];
     for (int k = 0; k < 4; ++k) std::copy(kFreqPrevReset, kFreqPrevReset + 10, mem + 10 * k);
@@ -157,5 +194,9 @@ BENCHMARK_CAPTURE(BM_LSFQuantSearch, G729/sse41, OwnCpuLevel::SSE41);
 BENCHMARK_CAPTURE(BM_LSFQuantSearch, G729/avx2, OwnCpuLevel::AVX2);
 BENCHMARK_CAPTURE(BM_Quant, LSP_G729/xvosc, true);
 BENCHMARK(BM_LSFDecode)->Name("BM_LSFDecode/G729/xvosc");
+BENCHMARK_CAPTURE(BM_SidQuant, LSF_G729B/xvosc, nullptr);
+BENCHMARK_CAPTURE(BM_SidQuantSearch, G729B/scalar, OwnCpuLevel::Scalar);
+BENCHMARK_CAPTURE(BM_SidQuantSearch, G729B/sse41, OwnCpuLevel::SSE41);
+BENCHMARK_CAPTURE(BM_SidQuantSearch, G729B/avx2, OwnCpuLevel::AVX2);
 
 BENCHMARK_MAIN();

@@ -90,6 +90,56 @@ void store(const Work& w, StateRecord& s) {
     }
 }
 
+/// One channel of an interleaved block (stride channels per frame) through the
+/// single-channel kernels, a chunk of samples at a time.
+void encodeStrided(StateRecord& s, const int16_t* src, uint8_t* dst, int stride, int len) {
+    Work w = load(s);
+    if (stride == 1) {
+        ownEncode(s.rate, w, src, dst, len);
+    } else {
+        constexpr int kChunk = 64;
+        int16_t x[kChunk];
+        uint8_t c[kChunk];
+        for (int i = 0; i < len; i += kChunk) {
+            const int n = len - i < kChunk ? len - i : kChunk;
+            for (int k = 0; k < n; ++k) x[k] = src[static_cast<size_t>(i + k) * stride];
+            ownEncode(s.rate, w, x, c, n);
+            for (int k = 0; k < n; ++k) dst[static_cast<size_t>(i + k) * stride] = c[k];
+        }
+    }
+    store(w, s);
+}
+
+/// numChannels channels, states one after another, samples interleaved: each
+/// group of eight channels of one rate runs in vector lanes, any other channel
+/// on its own.
+void encodeMulti(uint8_t* states, const int16_t* src, uint8_t* dst, int nch, int len) {
+    constexpr size_t kRec = sizeof(StateRecord);
+    int c = 0;
+    for (; c + 8 <= nch; c += 8) {
+        StateRecord s[8];
+        std::memcpy(s, states + c * kRec, sizeof s);
+        bool same = true;
+        for (int l = 1; l < 8; ++l) same = same && s[l].rate == s[0].rate;
+        const EncodeLanesFn lanes = same ? ownEncodeLanes(s[0].rate) : nullptr;
+        if (lanes) {
+            Work w[8];
+            for (int l = 0; l < 8; ++l) w[l] = load(s[l]);
+            lanes(w, src + c, dst + c, nch, len);
+            for (int l = 0; l < 8; ++l) store(w[l], s[l]);
+        } else {
+            for (int l = 0; l < 8; ++l) encodeStrided(s[l], src + c + l, dst + c + l, nch, len);
+        }
+        std::memcpy(states + c * kRec, s, sizeof s);
+    }
+    for (; c < nch; ++c) {
+        StateRecord s;
+        std::memcpy(&s, states + c * kRec, kRec);
+        encodeStrided(s, src + c, dst + c, nch, len);
+        std::memcpy(states + c * kRec, &s, kRec);
+    }
+}
+
 }  // namespace
 }  // namespace xvo::g726
 
@@ -138,6 +188,15 @@ XVOSC_API XvoStatus xvosEncode_G726_16s8u(XvoG726State* pState, const Xvo16s* pS
     ownEncode(s.rate, w, pSrc, pDst, len);
     store(w, s);
     std::memcpy(pState, &s, sizeof s);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosEncodeMulti_G726_16s8u(XvoG726State* pState, const Xvo16s* pSrc, Xvo8u* pDst,
+                                               int numChannels, int len) {
+    XVO_CHECK(ownCheckPtrs(pState, pSrc, pDst));
+    XVO_CHECK(ownCheckLens(numChannels, len));
+    XVO_RETURN_IF(static_cast<int64_t>(numChannels) * len > 0x7fffffff, xvoStsSize);
+    encodeMulti(reinterpret_cast<uint8_t*>(pState), pSrc, pDst, numChannels, len);
     return xvoStsOk;
 }
 

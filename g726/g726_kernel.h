@@ -44,6 +44,13 @@ const Kernels& ownKernels(OwnCpuLevel level);
 void ownEncode(int rate, Work& w, const int16_t* src, uint8_t* dst, int len);
 void ownDecode(int rate, int law, Work& w, const uint8_t* src, int16_t* dst, int len);
 
+/// Encoder over eight channels of one rate, one channel per vector lane: w[0..7]
+/// their states; sample i of lane l at src[i * stride + l], its code written to
+/// dst[i * stride + l]. Bit for bit the single-channel encoder on each lane.
+using EncodeLanesFn = void (*)(Work* w, const int16_t* src, uint8_t* dst, int stride, int len);
+/// The lane encoder of a rate index 0..3, or null when the CPU has no AVX2.
+EncodeLanesFn ownEncodeLanes(int rate);
+
 /// Mu-law byte of a 16-bit reconstructed signal sr in 14-bit units, as the
 /// G.726 decoder forms it: magnitude |sr| (two's complement, 15 bits, so
 /// -32768 has magnitude 0) limited to 8158, sign bit set for sr >= 0.

@@ -65,20 +65,20 @@ XvoStatus stabilise(int16_t* lsf) {
     return low ? (high ? xvoStsLSFLowHigh : xvoStsLSFLow) : (high ? xvoStsLSFHigh : xvoStsOk);
 }
 
-/// Keeps the kCand smallest of n errors, earliest first among equals (the
-/// reference's repeated strict-minimum scan); with nothing below 32767 the
-/// candidate is index 0.
-void smallest(int16_t* err, int n, int* pick) {
-    for (int q = 0; q < kCand; ++q) {
-        int16_t best = MAX_16;
-        int at = 0;
-        for (int i = 0; i < n; ++i)
-            if (err[i] < best) {
-                best = err[i];
-                at = i;
-            }
-        err[at] = MAX_16;
-        pick[q] = at;
+/// Keeps the kCand smallest of n errors below 32767, earliest first among
+/// equals, in one pass; places left over are index 0. This is the
+/// reference's repeated strict-minimum scan, which marks each pick with 32767
+/// and picks index 0 when nothing below 32767 is left.
+void smallest(const int16_t* err, int n, int* pick) {
+    int16_t best[kCand];
+    for (int q = 0; q < kCand; ++q) best[q] = MAX_16, pick[q] = 0;
+    for (int i = 0; i < n; ++i) {
+        const int16_t v = err[i];
+        if (v >= best[kCand - 1]) continue;
+        int q = kCand - 1;
+        for (; q > 0 && v < best[q - 1]; --q) best[q] = best[q - 1], pick[q] = pick[q - 1];
+        best[q] = v;
+        pick[q] = i;
     }
 }
 
@@ -90,66 +90,52 @@ XvoStatus ownSidLsfDecode_16s(const int16_t* idx, int16_t* prevFreq, int16_t* ls
     sidCodevector(idx[1], idx[2], buf);
     rearrange(buf, 10);
     rearrange(buf, 5);
-    for (int j = 0; j < kOrder; ++j) {
-        int32_t acc = L_mult(buf[j], kNoiseFgSum[p][j]);
-        for (int k = 0; k < kMaNp; ++k) acc = L_mac(acc, prevFreq[k * kOrder + j], kNoiseFg[p][k][j]);
-        lsf[j] = extract_h(acc);
-    }
-    for (int k = kMaNp - 1; k > 0; --k)
-        for (int j = 0; j < kOrder; ++j) prevFreq[k * kOrder + j] = prevFreq[(k - 1) * kOrder + j];
-    for (int j = 0; j < kOrder; ++j) prevFreq[j] = buf[j];
+    ownMaCompose_16s(buf, prevFreq, kNoiseFg[p], kNoiseFgSum[p], lsf);
+    ownPushMemory(prevFreq, buf);
     return stabilise(lsf);
 }
 
 void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx) {
+    ownSidLsfSearch_16s(lsf, prevFreq, idx, ownLspKernels());
+}
+
+void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx, const OwnLspKernels& kern) {
     int16_t w[kOrder];
     ownLsfWeights_16s(lsf, w);
 
-    // Residual targets of both predictors (the reference's Lsp_prev_extract).
-    int16_t target[2][kOrder];
-    for (int p = 0; p < 2; ++p)
-        for (int j = 0; j < kOrder; ++j) {
-            int32_t acc = L_deposit_h(lsf[j]);
-            for (int k = 0; k < kMaNp; ++k) acc = L_msu(acc, prevFreq[k * kOrder + j], kNoiseFg[p][k][j]);
-            target[p][j] = extract_h(L_shl(L_mult(extract_h(acc), kNoiseFgSumInv[p][j]), 3));
-        }
-
-    // First stage: unweighted error of each predictor against the 32 rows,
-    // scaled by the predictor's weight Mp; keep the 4 best (predictor, row).
+    // First stage: the residual target of each predictor against the 32 mapped
+    // rows of lspcb1 by the main-body distance kernel (2 d is the reference's
+    // saturating L_mac sum, capped from 2^30), scaled by the predictor's weight
+    // Mp; keep the 4 best (predictor, row).
+    alignas(32) int16_t target[2][16] = {};
     int16_t err1[2 * 32];
-    for (int p = 0; p < 2; ++p)
+    for (int p = 0; p < 2; ++p) {
+        ownMaExtract_16s(lsf, prevFreq, kNoiseFg[p], kNoiseFgSumInv[p], target[p]);
+        alignas(32) int32_t d[kNC0];
+        kern.dist1(target[p], d);
         for (int m = 0; m < 32; ++m) {
-            int32_t acc = 0;
-            for (int j = 0; j < kOrder; ++j) {
-                const int16_t d = sub(target[p][j], kLspcb1[kPtrTab1[m]][j]);
-                acc = L_mac(acc, d, d);
-            }
-            err1[p * 32 + m] = mult(extract_h(acc), kMp[p]);
+            const int32_t dm = d[kPtrTab1[m]];
+            err1[p * 32 + m] = mult(dm >= (1 << 30) ? MAX_16 : static_cast<int16_t>(dm >> 15), kMp[p]);
         }
+    }
     int pick1[kCand];
     smallest(err1, 2 * 32, pick1);
-    int16_t resid[kCand][kOrder];
-    for (int q = 0; q < kCand; ++q) {
-        const int p = pick1[q] / 32, m = pick1[q] % 32;
-        for (int j = 0; j < kOrder; ++j) resid[q][j] = sub(target[p][j], kLspcb1[kPtrTab1[m]][j]);
-    }
 
     // Second stage: weighted error of the 4 residuals against the 16 pairs,
     // the weights including the squared predictor sum; keep the best.
+    int16_t tw[2][kOrder];
+    for (int p = 0; p < 2; ++p)
+        for (int j = 0; j < kOrder; ++j) {
+            const int16_t s = kNoiseFgSum[p][j];
+            tw[p][j] = mult(extract_h(L_shl(L_mult(s, s), 2)), w[j]);
+        }
     int16_t err2[kCand * 16];
     for (int q = 0; q < kCand; ++q) {
         const int p = pick1[q] / 32;
-        for (int m = 0; m < 16; ++m) {
-            int32_t acc = 0;
-            for (int j = 0; j < kOrder; ++j) {
-                const int16_t s = kNoiseFgSum[p][j];
-                int16_t t = mult(extract_h(L_shl(L_mult(s, s), 2)), w[j]);
-                const int16_t d = sub(resid[q][j], kLspcb2[kPtrTab2[j < 5 ? 0 : 1][m]][j]);
-                t = extract_h(L_shl(L_mult(t, d), 3));
-                acc = L_mac(acc, t, d);
-            }
-            err2[q * 16 + m] = extract_h(acc);
-        }
+        const int16_t* row = kLspcb1[kPtrTab1[pick1[q] % 32]];
+        int16_t resid[kOrder];
+        for (int j = 0; j < kOrder; ++j) resid[j] = sub(target[p][j], row[j]);
+        kern.sidDist2(resid, tw[p], err2 + 16 * q);
     }
     int pick2[kCand];
     smallest(err2, kCand * 16, pick2);

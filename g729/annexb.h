@@ -16,6 +16,9 @@ XvoStatus ownSidLsfDecode_16s(const int16_t* idx, int16_t* prevFreq, int16_t* ls
 /// The Annex B SID search (Get_wegt, both predictors' residual targets, the
 /// two-stage candidate search): writes the three indices; the memory is read only.
 void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx);
+/// The same with an explicit set of vector twins (tests and benchmarks).
+struct OwnLspKernels;
+void ownSidLsfSearch_16s(const int16_t* lsf, const int16_t* prevFreq, int16_t* idx, const OwnLspKernels& k);
 
 
 }  // namespace xvo::g729

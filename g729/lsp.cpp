@@ -5,6 +5,8 @@
 // saturations included, so a coder built on it reproduces the ITU vectors.
 #include "g729/lsp.h"
 
+#include <emmintrin.h>
+
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/helpers.h"
@@ -27,42 +29,51 @@ constexpr int16_t kMLimit = 25681;  // highest LSF, Q13 (3.135)
 
 // ---- root finder -------------------------------------------------------------
 
+/// 32-bit saturation with a flag (the reference's Overflow).
+inline int32_t sat32Flag(int64_t v, bool& o) {
+    if (v > MAX_32) { o = true; return MAX_32; }
+    if (v < MIN_32) { o = true; return MIN_32; }
+    return static_cast<int32_t>(v);
+}
+inline int16_t sat16Flag(int32_t v, bool& o) {
+    if (v > MAX_16) { o = true; return MAX_16; }
+    if (v < MIN_16) { o = true; return MIN_16; }
+    return static_cast<int16_t>(v);
+}
+inline int16_t sat16(int32_t v) { return static_cast<int16_t>(v > MAX_16 ? MAX_16 : v < MIN_16 ? MIN_16 : v); }
+
 /// Sum and difference polynomials F1(z)/(1+z^-1), F2(z)/(1-z^-1). The
 /// coefficient Q is 23 - shift. Reports whether a saturation occurred.
 bool formPolynomials(const int16_t* a, int shift, int16_t* f1, int16_t* f2) {
+    // L_mult(a, 2^(26-shift)) then L_mac / L_msu: (a[i+1] +- a[M-i]) * 2^(27-shift),
+    // saturated once; the products alone cannot saturate.
+    const int64_t mul = int64_t(1) << (27 - shift);
     const int16_t one = static_cast<int16_t>(1 << (23 - shift));
-    const int16_t half = static_cast<int16_t>(1 << (26 - shift));  // L_mult factor: (a + a') >> (shift - 11)
     bool ovf = false;
     f1[0] = one;
     f2[0] = one;
     for (int i = 0; i < kNC; ++i) {
-        int32_t t0 = L_mult(a[i + 1], half, ovf);
-        t0 = L_mac(t0, a[kM - i], half, ovf);
-        f1[i + 1] = sub(extract_h(t0), f1[i], ovf);
-        t0 = L_mult(a[i + 1], half, ovf);
-        t0 = L_msu(t0, a[kM - i], half, ovf);
-        f2[i + 1] = add(extract_h(t0), f2[i], ovf);
+        const int32_t s = sat32Flag((int64_t(a[i + 1]) + a[kM - i]) * mul, ovf);
+        const int32_t d = sat32Flag((int64_t(a[i + 1]) - a[kM - i]) * mul, ovf);
+        f1[i + 1] = sat16Flag((s >> 16) - f1[i], ovf);
+        f2[i + 1] = sat16Flag((d >> 16) + f2[i], ovf);
     }
     return ovf;
 }
 
-/// Linear interpolation of the root between (xlow, ylow) and (xhigh, yhigh).
+/// Linear interpolation of the root between (xlow, ylow) and (xhigh, yhigh),
+/// the reference's operator sequence on plain integers.
 int16_t interpolateRoot(int16_t xlow, int16_t ylow, int16_t xhigh, int16_t yhigh) {
-    const int16_t x = sub(xhigh, xlow);
-    int16_t y = sub(yhigh, ylow);
-    if (y == 0) return xlow;
-    const int16_t sign = y;
-    y = abs_s(y);
-    const int16_t e = norm_s(y);
-    y = shl(y, e);                                        // 16384..32767
-    y = static_cast<int16_t>((int32_t(16383) << 15) / y);  // div_s(16383, y): the floor of the Q15 quotient
-    int32_t t0 = L_mult(x, y);
-    t0 = L_shr(t0, sub(20, e));
-    y = extract_l(t0);  // (xhigh - xlow) / (yhigh - ylow) in Q11
-    if (sign < 0) y = negate(y);
-    t0 = L_mult(ylow, y);
-    t0 = L_shr(t0, 11);
-    return sub(xlow, extract_l(t0));
+    const int32_t x = sat16(int32_t(xhigh) - xlow);
+    const int32_t dy = sat16(int32_t(yhigh) - ylow);
+    if (dy == 0) return xlow;
+    const int32_t ay = dy < 0 ? (dy == MIN_16 ? MAX_16 : -dy) : dy;  // abs_s
+    const int e = __builtin_clz(static_cast<uint32_t>(ay)) - 17;      // norm_s
+    const int32_t q = (int32_t(16383) << 15) / (ay << e);              // div_s(16383, y), y in 16384..32767
+    int32_t y = static_cast<int16_t>((2 * x * q) >> (20 - e));         // L_mult, L_shr, extract_l: Q11
+    if (dy < 0) y = y == MIN_16 ? MAX_16 : -y;                          // negate
+    const int32_t t = (ylow == MIN_16 && y == MIN_16) ? MAX_32 : 2 * ylow * y;  // L_mult
+    return sat16(int32_t(xlow) - static_cast<int16_t>(t >> 11));
 }
 
 const int16_t* gridFor(int intervals) { return intervals == 50 ? kGrid50 : kGrid60; }
@@ -100,56 +111,112 @@ int16_t ownChebpsExact_16s(int16_t x, const int16_t* f, int shift, bool q23) {
     return extract_h(t0);
 }
 
-int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) {
-    // The recursion of ownChebpsExact_16s in 64-bit arithmetic. Where no
-    // intermediate leaves the 32-bit range every saturating operator is exact,
-    // so the result is the same; otherwise the exact form is run.
-    const int64_t X = x;
-    const int64_t fmul = int64_t(2) << shift;  // L_mult(f, 2^shift)
-    uint64_t out = 0;                          // nonzero once a value left the 32-bit range
-    auto check = [&out](int64_t v) { out |= static_cast<uint64_t>(v + 0x80000000LL) >> 32; };
-    int64_t t = X * (q23 ? 512 : 1024) + f[1] * fmul;
-    check(t);
-    int64_t b2h = q23 ? 128 : 256, b2l = 0;
-    int64_t b1h = t >> 16, b1l = (t >> 1) & 0x7fff;
-    // L_mult(-32768, -32768) saturates: Mpy_32_16 with hi = x = -32768 and
-    // L_mac(., b2h, -32768) with b2h = -32768 take the exact form.
-    const uint64_t xMin = static_cast<uint64_t>(x == MIN_16);
-    for (int i = 2; i < kNC; ++i) {
-        out |= xMin & static_cast<uint64_t>(b1h == -32768);
-        t = 2 * b1h * X + 2 * ((b1l * X) >> 15);
-        check(t);
-        t *= 2;
-        check(t);
-        out |= static_cast<uint64_t>(b2h == -32768);
-        t -= b2h * 65536;
-        check(t);
-        t -= 2 * b2l;
-        check(t);
-        t += f[i] * fmul;
-        check(t);
-        b2h = b1h;
-        b2l = b1l;
-        b1h = t >> 16;
-        b1l = (t >> 1) & 0x7fff;
-    }
-    out |= xMin & static_cast<uint64_t>(b1h == -32768);
-    t = 2 * b1h * X + 2 * ((b1l * X) >> 15);
-    check(t);
-    out |= static_cast<uint64_t>(b2h == -32768);
-    t -= b2h * 65536;
-    check(t);
-    t -= 2 * b2l;
-    check(t);
-    t += f[kNC] * (fmul >> 1);
-    check(t);
-    if (out != 0) return ownChebpsExact_16s(x, f, shift, q23);
-    return static_cast<int16_t>(sat32(t << (q23 ? 7 : 6)) >> 16);  // L_shl then extract_h
+bool ownChebpsFastOk(const int16_t* f, int shift) {
+    // Every coefficient term 2 * f[i] * 2^shift within 2^28 in magnitude.
+    const int lim = 1 << (27 - shift);
+    for (int i = 1; i <= kNC; ++i)
+        if (f[i] > lim || f[i] < -lim) return false;
+    return true;
 }
+
+namespace {
+
+/// One polynomial prepared for repeated evaluation: its coefficient terms as
+/// the recursion adds them, and whether the plain 32-bit form applies.
+struct ChebPoly {
+    const int16_t* f;
+    int shift;
+    bool q23;
+    bool fast;
+    int32_t term[kNC + 1];  // term[i] = L_mult(f[i], 2^shift); term[5] = L_mult(f[5], 2^(shift-1))
+};
+
+ChebPoly prepare(const int16_t* f, int shift, bool q23) {
+    ChebPoly c{f, shift, q23, ownChebpsFastOk(f, shift), {}};
+    for (int i = 1; i < kNC; ++i) c.term[i] = f[i] * (int32_t(2) << shift);
+    c.term[kNC] = f[kNC] * (int32_t(1) << shift);
+    return c;
+}
+
+/// The recursion on 32-bit values with every partial sum and product tested
+/// for leaving the 32-bit range: where none does, every saturating operator
+/// is exact, so the result is the same; otherwise the operator form is run.
+int16_t chebChecked(int16_t x, const ChebPoly& c) {
+    const int32_t X = x;
+    bool o = false;
+    int32_t b2 = c.q23 ? (128 << 16) : (256 << 16);
+    int32_t b1 = X * (c.q23 ? 512 : 1024) + c.term[1];  // |2^10 x| + |term| < 2^31: no overflow
+    int32_t t = 0;
+    for (int i = 2; i <= kNC; ++i) {
+        int32_t p;
+        o |= __builtin_mul_overflow((b1 >> 16) * X, 2, &p);                      // L_mult(hi, x)
+        o |= __builtin_add_overflow(p, 2 * ((((b1 >> 1) & 0x7fff) * X) >> 15), &t);  // + mult(lo, x)
+        if (i < kNC) o |= __builtin_add_overflow(t, t, &t);                       // L_shl(t, 1)
+        o |= __builtin_mul_overflow(b2 >> 16, -65536, &p);                         // L_mult(b2h, -32768)
+        o |= __builtin_add_overflow(t, p, &t);
+        o |= __builtin_sub_overflow(t, 2 * ((b2 >> 1) & 0x7fff), &t);             // L_msu(t, b2l, 1)
+        o |= __builtin_add_overflow(t, c.term[i], &t);
+        b2 = b1;
+        b1 = t;
+    }
+    if (o) return ownChebpsExact_16s(x, c.f, c.shift, c.q23);
+    const int32_t y = t >> (c.q23 ? 9 : 10);  // L_shl by 7 or 6, extract_h
+    return static_cast<int16_t>(y > MAX_16 ? MAX_16 : y < MIN_16 ? MIN_16 : y);
+}
+
+/// The recursion on plain 32-bit values. While every stored b stays below
+/// 2^29 in magnitude (and the coefficient terms within 2^28, c.fast) no
+/// partial sum of a step reaches 2^31 and no product saturates, so each
+/// saturating operator is exact; otherwise the checked form is run.
+inline int16_t chebFast(int16_t x, const ChebPoly& c) {
+    if (!c.fast) return chebChecked(x, c);
+    const int32_t X = x;
+    int32_t b2 = c.q23 ? (128 << 16) : (256 << 16);
+    int32_t b1 = X * (c.q23 ? 512 : 1024) + c.term[1];  // within 2^29 by the coefficient bound
+    for (int i = 2; i < kNC; ++i) {
+        const int32_t m = 2 * (b1 >> 16) * X + 2 * ((((b1 >> 1) & 0x7fff) * X) >> 15);  // Mpy_32_16
+        const int32_t b0 = 2 * m - (b2 & ~1) + c.term[i];
+        if (static_cast<uint32_t>(b0) + (1u << 29) >= (1u << 30)) return chebChecked(x, c);
+        b2 = b1;
+        b1 = b0;
+    }
+    const int32_t m = 2 * (b1 >> 16) * X + 2 * ((((b1 >> 1) & 0x7fff) * X) >> 15);
+    const int32_t y = (m - (b2 & ~1) + c.term[kNC]) >> (c.q23 ? 9 : 10);  // L_shl by 7 or 6, extract_h
+    return static_cast<int16_t>(y > MAX_16 ? MAX_16 : y < MIN_16 ? MIN_16 : y);
+}
+
+}  // namespace
+
+int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23) { return chebFast(x, prepare(f, shift, q23)); }
 
 int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p) {
     return ownLPCToLSP_16s(a, lsp, p, ownLspKernels());
 }
+
+namespace {
+
+/// Bit j (1..n) set where the grid values j-1 and j do not have one strict
+/// sign (L_mult(y[j], y[j-1]) <= 0): the intervals that hold a root. y has
+/// at least 72 readable elements.
+uint64_t signChanges(const int16_t* y, int n) {
+    const __m128i zero = _mm_setzero_si128();
+    uint64_t bits = 0;
+    for (int c = 0; c < 8; c += 2) {
+        __m128i m[2];
+        for (int h = 0; h < 2; ++h) {
+            const __m128i lo = _mm_loadu_si128(reinterpret_cast<const __m128i*>(y + 8 * (c + h)));
+            const __m128i hi = _mm_loadu_si128(reinterpret_cast<const __m128i*>(y + 8 * (c + h) + 1));
+            m[h] = _mm_or_si128(_mm_cmplt_epi16(_mm_xor_si128(lo, hi), zero),
+                                _mm_or_si128(_mm_cmpeq_epi16(lo, zero), _mm_cmpeq_epi16(hi, zero)));
+        }
+        const uint32_t mm = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(m[0], m[1])));
+        bits |= static_cast<uint64_t>(mm) << (8 * c);
+    }
+    bits <<= 1;  // pair (i, i+1) is interval i+1
+    return bits & ((uint64_t(2) << n) - 1);
+}
+
+}  // namespace
 
 int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p, const OwnLspKernels& k) {
     alignas(32) int16_t f[2][8] = {};
@@ -163,29 +230,41 @@ int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p, 
     const int16_t* grid = gridFor(p.intervals);
     const int n = p.intervals;
 
-    // Both polynomials at every grid point, computed up front by the vector twin.
+    // Both polynomials at every grid point, computed up front by the vector twin,
+    // and for each the grid intervals where its sign changes.
     alignas(32) int16_t gx[64] = {};
-    alignas(32) int16_t gy[2][64];
+    alignas(32) int16_t gy[2][72] = {};
     for (int j = 0; j <= n; ++j) gx[j] = grid[j];
     const int padded = (n + 1 + 7) & ~7;
     k.chebGrid(gx, padded, f[0], shift, q23, gy[0]);
     k.chebGrid(gx, padded, f[1], shift, q23, gy[1]);
-    auto cheb = [&](int16_t x, int ip) { return ownChebps_16s(x, f[ip], shift, q23); };
-    auto chebGrid = [&](int j, int ip) { return gy[ip][j]; };
+    const uint64_t change[2] = {signChanges(gy[0], n), signChanges(gy[1], n)};
+    const ChebPoly poly[2] = {prepare(f[0], shift, q23), prepare(f[1], shift, q23)};
 
-    int nf = 0, ip = 0;
+    // The reference's walk over the grid. While ylow is a grid value of the
+    // current polynomial the walk goes straight to its next sign change; after
+    // a root, ylow is the other polynomial at the root and one step is compared.
+    int nf = 0, ip = 0, j = 0;
     int16_t xlow = grid[0];
-    int16_t ylow = chebGrid(0, 0);
-    int j = 0;
+    int16_t ylow = gy[0][0];
+    bool onGrid = true;
     while (nf < kM && j < n) {
+        if (onGrid) {
+            const uint64_t rest = change[ip] & (~uint64_t(0) << (j + 1));
+            if (rest == 0) break;  // no further root of this polynomial
+            j = __builtin_ctzll(rest) - 1;
+            xlow = grid[j];
+            ylow = gy[ip][j];
+        }
         ++j;
         int16_t xhigh = xlow, yhigh = ylow;
         xlow = grid[j];
-        ylow = chebGrid(j, ip);
-        if (L_mult(ylow, yhigh) <= 0) {
+        ylow = gy[ip][j];
+        onGrid = L_mult(ylow, yhigh) > 0;
+        if (!onGrid) {
             for (int i = 0; i < p.bisections; ++i) {
                 const int16_t xmid = add(shr(xlow, 1), shr(xhigh, 1));
-                const int16_t ymid = cheb(xmid, ip);
+                const int16_t ymid = chebFast(xmid, poly[ip]);
                 if (L_mult(ylow, ymid) <= 0) {
                     yhigh = ymid;
                     xhigh = xmid;
@@ -198,7 +277,7 @@ int ownLPCToLSP_16s(const int16_t* a, int16_t* lsp, const OwnLpcToLspParams& p, 
             lsp[nf++] = xint;
             xlow = xint;
             ip ^= 1;
-            ylow = cheb(xlow, ip);
+            ylow = chebFast(xlow, poly[ip]);
         }
     }
     return nf;
@@ -288,48 +367,62 @@ void expand(int16_t* buf, int16_t gap, int from, int to) {
 }
 
 /// The MA sums of both directions in 64 bits, column by column so that they
-/// vectorise: acc[j] = start[j] + sign * sum_k 2 * prevFreq[k][j] * fg[ma][k][j].
+/// vectorise: acc[j] = start[j] + sign * sum_k 2 * prevFreq[k][j] * fg[k][j].
 /// Returns true when a partial sum left the 32-bit range, where the reference's
 /// saturating L_mac / L_msu chain would differ from the plain sum.
-bool maSums(int64_t* acc, const int16_t* prevFreq, int ma, int sign) {
+bool maSums(int64_t* acc, const int16_t* prevFreq, const int16_t (*fg)[kM], int sign) {
     uint64_t out = 0;
     for (int k = 0; k < kMaNp; ++k)
         for (int j = 0; j < kM; ++j) {  // fg >= 0: L_mult cannot saturate
-            acc[j] += sign * 2 * int64_t(prevFreq[k * kM + j]) * kFg[ma][k][j];
+            acc[j] += sign * 2 * int64_t(prevFreq[k * kM + j]) * fg[k][j];
             out |= static_cast<uint64_t>(acc[j] + 0x80000000LL) >> 32;
         }
     return out != 0;
 }
 
-/// Lsp_prev_compose: lsf[j] = extract_h(L_mult(buf, fg_sum) + sum_k L_mult(prevFreq, fg)).
-void composePrediction(const int16_t* buf, const int16_t* prevFreq, int ma, int16_t* lsf) {
+}  // namespace
+
+void ownMaCompose_16s(const int16_t* buf, const int16_t* prevFreq, const int16_t (*fg)[kM], const int16_t* fgSum,
+                      int16_t* lsf) {
     int64_t acc[kM];
-    for (int j = 0; j < kM; ++j) acc[j] = 2 * int64_t(buf[j]) * kFgSum[ma][j];
-    if (maSums(acc, prevFreq, ma, 1)) {
+    for (int j = 0; j < kM; ++j) acc[j] = 2 * int64_t(buf[j]) * fgSum[j];
+    if (maSums(acc, prevFreq, fg, 1)) {
         for (int j = 0; j < kM; ++j) {
-            int32_t t = L_mult(buf[j], kFgSum[ma][j]);
-            for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+            int32_t t = L_mult(buf[j], fgSum[j]);
+            for (int k = 0; k < kMaNp; ++k) t = L_mac(t, prevFreq[k * kM + j], fg[k][j]);
             acc[j] = t;
         }
     }
     for (int j = 0; j < kM; ++j) lsf[j] = static_cast<int16_t>(acc[j] >> 16);
 }
 
-/// Lsp_prev_extract: the residual that lsf implies under predictor ma.
-void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* res) {
+void ownMaExtract_16s(const int16_t* lsf, const int16_t* prevFreq, const int16_t (*fg)[kM], const int16_t* fgSumInv,
+                      int16_t* res) {
     int64_t acc[kM];
     for (int j = 0; j < kM; ++j) acc[j] = int64_t(lsf[j]) * 65536;
-    if (maSums(acc, prevFreq, ma, -1)) {
+    if (maSums(acc, prevFreq, fg, -1)) {
         for (int j = 0; j < kM; ++j) {
             int32_t t = L_deposit_h(lsf[j]);
-            for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], kFg[ma][k][j]);
+            for (int k = 0; k < kMaNp; ++k) t = L_msu(t, prevFreq[k * kM + j], fg[k][j]);
             acc[j] = t;
         }
     }
     for (int j = 0; j < kM; ++j) {
         const int16_t tmp = static_cast<int16_t>(acc[j] >> 16);
-        res[j] = extract_h(sat32(int64_t(L_mult(tmp, kFgSumInv[ma][j])) * 8));  // L_shl(., 3)
+        res[j] = extract_h(sat32(int64_t(L_mult(tmp, fgSumInv[j])) * 8));  // L_shl(., 3)
     }
+}
+
+namespace {
+
+/// Lsp_prev_compose with the main-body predictor ma.
+void composePrediction(const int16_t* buf, const int16_t* prevFreq, int ma, int16_t* lsf) {
+    ownMaCompose_16s(buf, prevFreq, kFg[ma], kFgSum[ma], lsf);
+}
+
+/// Lsp_prev_extract with the main-body predictor ma.
+void prevExtract(const int16_t* lsf, const int16_t* prevFreq, int ma, int16_t* res) {
+    ownMaExtract_16s(lsf, prevFreq, kFg[ma], kFgSumInv[ma], res);
 }
 
 /// Index of the first smallest of n keys (the reference keeps the first of equal distances).

@@ -73,6 +73,14 @@ int ownLSFDecode_32f(int l0, int l1, int l2, int l3, float* prevFreq, float* lsf
 /// Float erased-frame memory update (Annex C lsp_prev_extract + lsp_prev_update).
 void ownLSFDecodeErased_32f(int ma, float* prevFreq, const float* lsf);
 
+/// Lsp_prev_compose: lsf[j] = extract_h(L_mult(buf, fgSum) + sum_k L_mult(prevFreq[k], fg[k])),
+/// for any MA predictor (4 x 10 fg, row 0 the newest).
+void ownMaCompose_16s(const int16_t* buf, const int16_t* prevFreq, const int16_t (*fg)[10], const int16_t* fgSum,
+                      int16_t* lsf);
+/// Lsp_prev_extract: the residual that lsf implies under the predictor (fg, fgSumInv).
+void ownMaExtract_16s(const int16_t* lsf, const int16_t* prevFreq, const int16_t (*fg)[10], const int16_t* fgSumInv,
+                      int16_t* res);
+
 // ---- Shared steps of the 16-bit and float decoders ---------------------------------
 
 /// Lsp_prev_update: rows 3 <- 2 <- 1 <- 0 of the 4 x 10 memory, row 0 <- row.
@@ -123,10 +131,17 @@ using OwnChebGridFn = void (*)(const int16_t* x, int n, const int16_t* f, int sh
 /// orders the entries as the reference's saturating L_mac sum does.
 using OwnDist2Fn = void (*)(const int16_t* r, const int16_t* w, int from, int32_t* d);
 
+/// Weighted distances of the SID second stage: for the 16 pairs m of the SID maps,
+/// e[m] = extract_h(sum_j L_mult(t, d)) over j = 0..9 with saturating sums,
+/// d = sat16(r[j] - cb[m][j]) (cb: lspcb2 row ptrTab2[0][m] for j < 5, ptrTab2[1][m] above),
+/// t = extract_h(L_shl(L_mult(w[j], d), 3)); w[j] >= 0.
+using OwnSidDist2Fn = void (*)(const int16_t* r, const int16_t* w, int16_t* e);
+
 struct OwnLspKernels {
     OwnDist1Fn dist1;
     OwnChebGridFn chebGrid;
     OwnDist2Fn dist2;
+    OwnSidDist2Fn sidDist2;
 };
 
 /// Kernels for one CPU level (a supported level); ownLspKernels() for the running CPU.
@@ -136,6 +151,9 @@ const OwnLspKernels& ownLspKernels();
 /// One Chebyshev evaluation of the reference (Chebps_11 / Chebps_10 / GSM-AMR Chebps):
 /// q23 selects the Q23 evaluation of Chebps_10.
 int16_t ownChebps_16s(int16_t x, const int16_t* f, int shift, bool q23);
+/// Whether the coefficients allow the plain 32-bit form of the evaluation (every
+/// coefficient term within 2^28); the fast forms run the operator form otherwise.
+bool ownChebpsFastOk(const int16_t* f, int shift);
 /// The same, operator by operator with the reference's saturations (the defining form).
 int16_t ownChebpsExact_16s(int16_t x, const int16_t* f, int shift, bool q23);
 

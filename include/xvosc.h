@@ -418,6 +418,26 @@ XVOSC_API XvoStatus xvosEncodeInit_G726_16s8u(XvoG726State* pState, XvoSpeechRat
  *          len < 1; else xvoStsOk. A failing call writes nothing and leaves the state as it was. */
 XVOSC_API XvoStatus xvosEncode_G726_16s8u(XvoG726State* pState, const Xvo16s* pSrc, Xvo8u* pDst, int len);
 
+/** Encodes len samples of each of numChannels independent channels in one call, for example
+ *  the channels of a media gateway. Each channel gives exactly the codes and final state of
+ *  xvosEncode_G726_16s8u on its own samples; channels may use different rates. Groups of eight
+ *  channels of one rate are coded side by side in vector lanes (on AVX2 machines), so the cost
+ *  per channel falls as numChannels grows.
+ *  @param pState      in/out: numChannels encoder states one after another, each of the size
+ *                     given by xvosEncodeGetStateSize_G726_16s8u and initialised by
+ *                     xvosEncodeInit_G726_16s8u; each is advanced by len samples.
+ *  @param pSrc        in: len frames of numChannels samples each (interleaved): sample i of
+ *                     channel c at pSrc[i * numChannels + c], 14-bit uniform PCM.
+ *  @param pDst        out: the codes in the same layout, one per byte in the low bits, the
+ *                     other bits zero. May not overlap pSrc or pState.
+ *  @param numChannels in: number of channels, 1 or more.
+ *  @param len         in: samples per channel, 1 or more.
+ *  @return xvoStsNullPtr when a pointer is null (checked in argument order); xvoStsSize when
+ *          numChannels < 1, len < 1 or numChannels * len exceeds 2^31 - 1; else xvoStsOk. A
+ *          failing call writes nothing and leaves the states as they were. */
+XVOSC_API XvoStatus xvosEncodeMulti_G726_16s8u(XvoG726State* pState, const Xvo16s* pSrc, Xvo8u* pDst,
+                                               int numChannels, int len);
+
 /** Size of a G.726 decoder state.
  *  @param pSize out: 92.
  *  @return xvoStsNullPtr when pSize is null; else xvoStsOk. */

@@ -70,6 +70,27 @@ void addG726Entries(std::vector<Entry>& r) {
     enc.trusted = {0};
     r.push_back(enc);
 
+    // Nine channels: one group of eight in vector lanes and one on its own.
+    Entry multi{"xvosEncodeMulti_G726_16s8u",
+                [](Call& c) {
+                    constexpr int kCh = 9, kLen = 20;
+                    const int s = c.buffer(88 * kCh);
+                    for (int k = 0; k < kCh; ++k)
+                        xvosEncodeInit_G726_16s8u(reinterpret_cast<XvoG726State*>(c.p<uint8_t>(s) + 88 * k),
+                                                  k == 8 ? XVO_BITRATE_16000 : XVO_BITRATE_40000);
+                    c.random16(kCh * kLen, -8192, 8191);
+                    c.buffer(kCh * kLen);
+                    c.integer(kCh);
+                    c.integer(kLen);
+                },
+                [](Call& c) {
+                    return xvosEncodeMulti_G726_16s8u(c.p<XvoG726State>(0), c.p<Xvo16s>(1), c.p<Xvo8u>(2), c.i(0), c.i(1));
+                },
+                {0, 1, 2}, {0, 1},
+                {{"channels x len beyond 2^31", [](Call& c) { c.ints[0] = 1 << 16, c.ints[1] = 1 << 16; }, xvoStsSize}}};
+    multi.trusted = {0};
+    r.push_back(multi);
+
     Entry dec{"xvosDecode_G726_8u16s",
               [](Call& c) {
                   decoderState(c);

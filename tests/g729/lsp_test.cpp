@@ -374,6 +374,10 @@ TEST(LspSimd, TwinsEqualScalar) {
                 k.dist2(r, w, from, e1);
                 ASSERT_TRUE(std::equal(e0, e0 + 32, e1)) << "dist2, case " << t;
             }
+            int16_t s0[16], s1[16];  // SID second stage
+            ref.sidDist2(r, w, s0);
+            k.sidDist2(r, w, s1);
+            ASSERT_TRUE(std::equal(s0, s0 + 16, s1)) << "sidDist2, case " << t;
 
             int16_t f[6];
             for (int j = 0; j < 6; ++j) f[j] = static_cast<int16_t>(mode == 1 ? (any(rng) & 1 ? 32767 : -32768) : any(rng) >> (mode == 2 ? 4 : 0));
@@ -385,6 +389,28 @@ TEST(LspSimd, TwinsEqualScalar) {
             ref.chebGrid(x, 64, f, shift, q23, y0);
             k.chebGrid(x, 64, f, shift, q23, y1);
             ASSERT_TRUE(std::equal(y0, y0 + 64, y1)) << "chebGrid, case " << t;
+        }
+    }
+}
+
+TEST(LspSimd, RootFinderTwinsAgree) {
+    // Random and scaled-down coefficient sets reach every path: full root sets,
+    // lost roots, the Q10 recomputation and grid points beyond the plain range.
+    std::mt19937 rng(2026);
+    std::uniform_int_distribution<int> any(-32768, 32767);
+    const auto& ref = ownLspKernelsFor(xvo::OwnCpuLevel::Scalar);
+    for (auto level : {xvo::OwnCpuLevel::SSE41, xvo::OwnCpuLevel::AVX2}) {
+        if (!xvo::ownCpuSupports(level)) continue;
+        const auto& k = ownLspKernelsFor(level);
+        for (int t = 0; t < 20000; ++t) {
+            int16_t a[11];
+            for (auto& v : a) v = static_cast<int16_t>(any(rng) >> (t % 5));
+            for (const auto* p : {&kLpcToLspG729, &kLpcToLspG729A, &kLpcToLspGsmAmr}) {
+                int16_t r0[10] = {}, r1[10] = {};
+                const int n0 = ownLPCToLSP_16s(a, r0, *p, ref), n1 = ownLPCToLSP_16s(a, r1, *p, k);
+                ASSERT_EQ(n0, n1) << "case " << t;
+                ASSERT_TRUE(std::equal(r0, r0 + n0, r1)) << "case " << t;
+            }
         }
     }
 }
