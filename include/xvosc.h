@@ -1102,6 +1102,62 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
 /* GSM-AMR voice activity detection option 2, DTX, LSF and pre-emphasis   */
 /* ======================================================================== */
 /* @section gsmamr_vad2dtx:begin */
+/*
+ * GSM-AMR discontinuous transmission (3GPP TS 26.093 with the TS 26.073 fixed-point steps).
+ * The caller keeps the DTX state: the hangover and elapsed-frame counters of the encoder, and the
+ * histories of the last 8 frames (8 x 10 LSP or LSF values, 8 log energies, a write index 0..7).
+ */
+
+/** Encoder DTX handler, once per frame after the VAD: decides whether the frame is coded as speech
+ *  or as a DTX frame and whether a new silence descriptor must be computed.
+ *  The elapsed count is incremented (it stays at 32767 once there). A speech frame (vadFlag != 0)
+ *  sets the hangover count to 7. A non-speech frame with hangover 0 resets the elapsed count to 0,
+ *  sets the used mode to XVO_BITRATE_DTX and requests a SID; otherwise the hangover is decremented
+ *  (saturating) and, when hangover + elapsed < 30, the used mode becomes XVO_BITRATE_DTX.
+ *  @param pHangoverCount in/out: frames of hangover left.
+ *  @param pElapsedCount  in/out: frames since the last SID analysis.
+ *  @param pUsedMode      in/out: the frame's mode code; written only when it becomes XVO_BITRATE_DTX (25).
+ *  @param pComputeSid    out: 1 when a new SID must be computed, else 0.
+ *  @param vadFlag        in: the frame's VAD decision.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
+XVOSC_API XvoStatus xvosEncDTXHandler_GSMAMR_16s(Xvo16s* pHangoverCount, Xvo16s* pElapsedCount, Xvo16s* pUsedMode,
+                                                Xvo16s* pComputeSid, Xvo16s vadFlag);
+
+/** Encoder DTX history update, once per frame: advances the write index (7 wraps to 0), stores the
+ *  frame's 10 LSPs in that row and its log energy 1024 e + (f >> 5) - 8521 (Q10, where e, f are the
+ *  exponent and fraction of log2 of twice the saturated sum of squares of the 160 samples),
+ *  halved (arithmetic shift) as the encoder's SID averaging expects.
+ *  @param pSrcSpeech       in: 160 pre-processed speech samples (Q0).
+ *  @param pSrcLSP          in: 10 LSPs of the frame (Q15).
+ *  @param pSrcDstIndex     in/out: the write index, 0..7.
+ *  @param pSrcDstLSPHist   in/out: 8 rows of 10 LSPs.
+ *  @param pSrcDstLogEnHist in/out: 8 log energies (Q10, halved).
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsBadCodecParam when the index
+ *          is outside 0..7; else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosEncDTXBuffer_GSMAMR_16s(const Xvo16s* pSrcSpeech, const Xvo16s* pSrcLSP, Xvo16s* pSrcDstIndex,
+                                               Xvo16s* pSrcDstLSPHist, Xvo16s* pSrcDstLogEnHist);
+
+/** Decoder DTX history update, once per good frame: as xvosEncDTXBuffer_GSMAMR_16s on the
+ *  synthesised speech and the frame's LSFs, but the log energy is stored unhalved (the comfort-noise
+ *  decoder reads its history at that scale; the factor two between the two histories is deliberate).
+ *  @param pSrcSpeech       in: 160 synthesised samples (Q0).
+ *  @param pSrcLSF          in: 10 LSFs of the frame (the decoder's past quantised LSFs).
+ *  @param pSrcDstIndex     in/out: the write index, 0..7.
+ *  @param pSrcDstLSFHist   in/out: 8 rows of 10 LSFs.
+ *  @param pSrcDstLogEnHist in/out: 8 log energies (Q10).
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsBadCodecParam when the index
+ *          is outside 0..7; else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosDecDTXBuffer_GSMAMR_16s(const Xvo16s* pSrcSpeech, const Xvo16s* pSrcLSF, Xvo16s* pSrcDstIndex,
+                                               Xvo16s* pSrcDstLSFHist, Xvo16s* pSrcDstLogEnHist);
+
+/** GSM-AMR LSF-to-LSP conversion (TS 26.073 Lsf_lsp): the shared table-driven conversion with the
+ *  GSM-AMR slopes (cosine table differences, right shift 8).
+ *  @param pSrcLSF in: 10 LSFs, 0..16383 for 0..pi (Q15 normalised; 16384 and above use the last
+ *                 interval).
+ *  @param pDstLSP out: 10 LSPs (Q15).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsDomain at the first negative LSF (the LSPs
+ *          before it are written, the rest are not); else xvoStsOk. */
+XVOSC_API XvoStatus xvosLSFToLSP_GSMAMR_16s(const Xvo16s* pSrcLSF, Xvo16s* pDstLSP);
 /* @section gsmamr_vad2dtx:end */
 
 /* ======================================================================== */

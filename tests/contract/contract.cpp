@@ -60,6 +60,7 @@ const std::vector<Entry>& registry() {
         addG726Entries(v);
         addG729Entries(v);
         addVqeEntries(v);
+        addGsmAmrEntries(v);
         return v;
     }();
     return r;

@@ -101,5 +101,6 @@ void addGenericEntries(std::vector<Entry>& r);
 void addG726Entries(std::vector<Entry>& r);
 void addG729Entries(std::vector<Entry>& r);
 void addVqeEntries(std::vector<Entry>& r);
+void addGsmAmrEntries(std::vector<Entry>& r);
 
 }  // namespace xvocontract

@@ -1,0 +1,85 @@
+// Replays a golden file through a call: each row's input fields become
+// typed arrays the call reads and writes by name; afterwards every output
+// field (the status included) must equal the row.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "vectors.h"
+#include "xvosc.h"
+
+namespace xvotest {
+
+class GoldenRow {
+public:
+    GoldenRow(const Golden& g, const std::vector<int64_t>& row) : g_(g), row_(row) {}
+
+    /// The field as 16-bit values: its input values, or zeros sized as the output field.
+    Xvo16s* s16(const std::string& name) { return data(s16_, name); }
+    /// The field as 32-bit values.
+    Xvo32s* s32(const std::string& name) { return data(s32_, name); }
+    /// The single value of an input field.
+    int v(const std::string& name) const { return static_cast<int>(g_.in_(row_, name)[0]); }
+
+    /// Compares every output field with what the call left in the arrays.
+    void expectOutputs(XvoStatus status, size_t line) const {
+        for (const auto& f : g_.out) {
+            const auto want = g_.out_(row_, f.name);
+            std::vector<int64_t> got;
+            if (f.name == "status") got = {status};
+            else if (auto a = s16_.find(f.name); a != s16_.end()) got.assign(a->second.begin(), a->second.end());
+            else if (auto b = s32_.find(f.name); b != s32_.end()) got.assign(b->second.begin(), b->second.end());
+            else FAIL() << "the call did not touch output field " << f.name;
+            got.resize(want.size());
+            ASSERT_EQ(got, std::vector<int64_t>(want.begin(), want.end())) << f.name << ", line " << line;
+        }
+    }
+
+private:
+    template <typename T>
+    T* data(std::map<std::string, std::vector<T>>& m, const std::string& name) {
+        auto it = m.find(name);
+        if (it == m.end()) {
+            std::vector<T> v;
+            const bool isIn = std::any_of(g_.in.begin(), g_.in.end(), [&](const auto& f) { return f.name == name; });
+            if (isIn) {
+                const auto src = g_.in_(row_, name);
+                v.assign(src.begin(), src.end());
+            } else {
+                v.assign(g_.field(name, true).count, 0);
+            }
+            it = m.emplace(name, std::move(v)).first;
+        }
+        return it->second.data();
+    }
+
+    const Golden& g_;
+    const std::vector<int64_t>& row_;
+    std::map<std::string, std::vector<Xvo16s>> s16_;
+    std::map<std::string, std::vector<Xvo32s>> s32_;
+};
+
+/// Runs `call` on every row of golden/<rel>; returns the number of rows.
+template <typename Call>
+size_t replayGolden(const std::string& rel, Call call) {
+    auto found = findVector("golden/" + rel);
+    if (!found) {
+        if (vectorsRequired()) ADD_FAILURE() << "missing vector " << rel;
+        return 0;
+    }
+    const Golden g = loadGolden(*found);
+    for (size_t r = 0; r < g.rows.size(); ++r) {
+        GoldenRow row(g, g.rows[r]);
+        const XvoStatus st = call(row);
+        row.expectOutputs(st, r);
+        if (::testing::Test::HasFatalFailure() || ::testing::Test::HasNonfatalFailure()) return r;
+    }
+    return g.rows.size();
+}
+
+}  // namespace xvotest

@@ -1,0 +1,61 @@
+#include "contract.h"
+
+namespace xvocontract {
+
+namespace {
+const std::vector<int16_t> kLsp = {30000, 26000, 21000, 15000, 8000, 0, -8000, -15000, -21000, -26000};
+const std::vector<int16_t> kLsf = {1384, 2077, 3420, 5108, 6742, 8122, 9863, 11092, 12714, 13701};
+
+Variant wordIs(int buf, int16_t v, XvoStatus want, const char* what) {
+    return {what, [buf, v](Call& c) { c.set<int16_t>(buf, 0, v); }, want};
+}
+
+// Index at 3, histories 8 x 10 and 8.
+void dtxBuffer(Call& c) {
+    c.random16(160, -20000, 20000);
+    c.words(kLsp);
+    c.words({3});
+    c.random16(80);
+    c.random16(8);
+}
+}  // namespace
+
+void addGsmAmrEntries(std::vector<Entry>& r) {
+    Entry handler{"xvosEncDTXHandler_GSMAMR_16s",
+                  [](Call& c) {
+                      c.words({0});
+                      c.words({5});
+                      c.words({12});
+                      c.buffer(sizeof(Xvo16s));
+                      c.integer(0);
+                  },
+                  [](Call& c) {
+                      return xvosEncDTXHandler_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                          static_cast<Xvo16s>(c.i(0)));
+                  },
+                  {0, 1, 2, 3}, {}, {}};
+    handler.fuzzRange = {{0, {-2, 2}}};
+    r.push_back(handler);
+
+    using Buf = XvoStatus (*)(const Xvo16s*, const Xvo16s*, Xvo16s*, Xvo16s*, Xvo16s*);
+    const std::pair<const char*, Buf> bufs[] = {{"xvosEncDTXBuffer_GSMAMR_16s", &xvosEncDTXBuffer_GSMAMR_16s},
+                                                {"xvosDecDTXBuffer_GSMAMR_16s", &xvosDecDTXBuffer_GSMAMR_16s}};
+    for (const auto& [name, fn] : bufs)
+        r.push_back({name, dtxBuffer,
+                     [fn = fn](Call& c) {
+                         return fn(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3), c.p<Xvo16s>(4));
+                     },
+                     {0, 1, 2, 3, 4}, {},
+                     {wordIs(2, 8, xvoStsBadCodecParam, "index 8"), wordIs(2, -1, xvoStsBadCodecParam, "index -1")}});
+
+    Entry lsp{"xvosLSFToLSP_GSMAMR_16s",
+              [](Call& c) {
+                  c.words(kLsf);
+                  c.buffer(10 * sizeof(Xvo16s));
+              },
+              [](Call& c) { return xvosLSFToLSP_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}};
+    lsp.mayFailValid = true;  // the fuzzer's negative LSFs end in xvoStsDomain after a partial write
+    r.push_back(lsp);
+}
+
+}  // namespace xvocontract
