@@ -1090,6 +1090,29 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
 /* GSM-AMR codebook kernels                                               */
 /* ======================================================================== */
 /* @section gsmamr:begin */
+/*
+ * GSM-AMR (3GPP TS 26.073) codebook kernels. Mode codes are XvoSpeechRate values: 0 (4.75), 1 (5.15),
+ * 3 (5.9), 6 (6.7), 7 (7.4), 8 (7.95), 11 (10.2), 12 (12.2); where a function also accepts 25
+ * (XVO_BITRATE_DTX) it is treated exactly as 12.2. Other codes give xvoStsRange. Subframes are
+ * numbered 0..3 (40 samples each).
+ */
+
+/** Decodes the fixed (algebraic) codebook vector of one subframe from its index words and places
+ *  the pulses in a zeroed 40-sample vector: 4.75/5.15 two pulses (9 bits, tracks chosen by the
+ *  subframe), 5.9 two (11 bits), 6.7 three (14 bits), 7.4/7.95 four (17 bits) of +8191 or -8192;
+ *  10.2 eight pulses (31 bits) and 12.2 ten pulses (35 bits) of +-8191 and +-4096, the second pulse
+ *  of a track added to the first, signed relative to it.
+ *  @param pSrcIdxs          in: index words in the reference's order: word 0 positions and word 1
+ *                           signs (4.75..7.95); 7 words (10.2: four signs, three joint positions);
+ *                           10 words (12.2: five sign+position words, five position words). Bits
+ *                           above each word's width are ignored.
+ *  @param pDstFixedCodebook out: 40 samples (Q13 for the modes below 12.2, Q12 for 12.2).
+ *  @param subFrame          in: 0..3.
+ *  @param mode              in: a GSM-AMR mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when subFrame is outside 0..3 or the
+ *          mode is not accepted; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFixedCodebookDecode_GSMAMR_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstFixedCodebook,
+                                                      Xvo16s subFrame, XvoSpeechRate mode);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

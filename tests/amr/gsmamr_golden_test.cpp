@@ -33,6 +33,11 @@ const Case kCases[] = {
      }},
     {"amrnb/xvosLSFToLSP_GSMAMR_16s.txt", 687,
      [](GoldenRow& r) { return xvosLSFToLSP_GSMAMR_16s(r.s16("lsf"), r.s16("lsp")); }},
+    {"amrnb/xvosFixedCodebookDecode_GSMAMR_16s.txt", 2000,
+     [](GoldenRow& r) {
+         return xvosFixedCodebookDecode_GSMAMR_16s(r.s16("indices"), r.s16("code"), static_cast<Xvo16s>(r.v("subframe")),
+                                                   XvoSpeechRate(r.v("mode")));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

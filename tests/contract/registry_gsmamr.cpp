@@ -1,10 +1,16 @@
 #include "contract.h"
 
+#include <string>
+
 namespace xvocontract {
 
 namespace {
 const std::vector<int16_t> kLsp = {30000, 26000, 21000, 15000, 8000, 0, -8000, -15000, -21000, -26000};
 const std::vector<int16_t> kLsf = {1384, 2077, 3420, 5108, 6742, 8122, 9863, 11092, 12714, 13701};
+
+Variant intIs(int k, int v, XvoStatus want) {
+    return {"int " + std::to_string(k) + " = " + std::to_string(v), [k, v](Call& c) { c.ints[k] = v; }, want};
+}
 
 Variant wordIs(int buf, int16_t v, XvoStatus want, const char* what) {
     return {what, [buf, v](Call& c) { c.set<int16_t>(buf, 0, v); }, want};
@@ -56,6 +62,22 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
               [](Call& c) { return xvosLSFToLSP_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}};
     lsp.mayFailValid = true;  // the fuzzer's negative LSFs end in xvoStsDomain after a partial write
     r.push_back(lsp);
+
+    Entry fcb{"xvosFixedCodebookDecode_GSMAMR_16s",
+              [](Call& c) {
+                  c.words({3, 9, 100, 0, 3, 5, 9, 1, 2, 6});
+                  c.buffer(40 * sizeof(Xvo16s));
+                  c.integer(0);
+                  c.integer(XVO_BITRATE_12200);
+              },
+              [](Call& c) {
+                  return xvosFixedCodebookDecode_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), static_cast<Xvo16s>(c.i(0)),
+                                                            XvoSpeechRate(c.i(1)));
+              },
+              {0, 1}, {},
+              {intIs(0, 4, xvoStsRange), intIs(0, -1, xvoStsRange), intIs(1, 2, xvoStsRange), intIs(1, 26, xvoStsRange)}};
+    fcb.fuzzRange = {{0, {-1, 4}}, {1, {-1, 26}}};
+    r.push_back(fcb);
 }
 
 }  // namespace xvocontract
