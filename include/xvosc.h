@@ -1113,6 +1113,38 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
  *          mode is not accepted; else xvoStsOk. */
 XVOSC_API XvoStatus xvosFixedCodebookDecode_GSMAMR_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstFixedCodebook,
                                                       Xvo16s subFrame, XvoSpeechRate mode);
+/** Decodes the pitch lag of one subframe from its index and builds the adaptive-codebook vector by
+ *  fractional interpolation of the past excitation (1/3 resolution, 1/6 at 12.2).
+ *  Subframes 0 and 2 are coded absolutely (4.75 and 5.15 code subframe 2 relatively), the others
+ *  relative to the previous lag (a window of 10 lags, 20 at 7.95; the 4-bit delta code at 4.75, 5.15,
+ *  5.9 and 6.7). A bad frame below 12.2 uses the previous lag plus one (at most 143, which also
+ *  becomes the previous lag) with fraction 0, except that 4.75/5.15/5.9 in background noise with a
+ *  voiced hangover above 4 keep the decoded lag. At 12.2 a bad frame, or a relative index above 60,
+ *  uses the previous lag with fraction 0.
+ *  @param valAdptIndex           in: the lag index (9 bits at 12.2: higher bits are ignored there).
+ *  @param pResultPrevIntPitchLag in/out: the previous subframe's integer lag; changed only by a
+ *                                bad frame below 12.2 (the caller stores the used lag after the
+ *                                subframe).
+ *  @param pResultLTPLag          out: the integer lag coded in the index.
+ *  @param pSrcDstExcitation      in/out: 154 past excitation samples then the 40 of the subframe,
+ *                                which receive the adaptive-codebook vector.
+ *  @param pResultIntPitchLag     out: the integer lag used for the interpolation.
+ *  @param pDstAdptVector         out: the 40-sample adaptive-codebook vector (a copy).
+ *  @param subFrame               in: 0..3.
+ *  @param bfi                    in: non-zero for a bad (lost) frame.
+ *  @param inBackgroundNoise      in: the decoder's background-noise flag.
+ *  @param voicedHangover         in: the decoder's voiced-hangover count.
+ *  @param mode                   in: a GSM-AMR mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsSize when subFrame is outside
+ *          0..3; xvoStsRange when the mode is not accepted or, below 12.2, the index is outside
+ *          0..511; xvoStsBadCodecParam when the lag to interpolate lies outside 10..144 (the
+ *          interpolation would read outside the buffer: a previous lag or index no encoder makes);
+ *          else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookDecode_GSMAMR_16s(Xvo16s valAdptIndex, Xvo16s* pResultPrevIntPitchLag,
+                                                         Xvo16s* pResultLTPLag, Xvo16s* pSrcDstExcitation,
+                                                         Xvo16s* pResultIntPitchLag, Xvo16s* pDstAdptVector,
+                                                         Xvo16s subFrame, Xvo16s bfi, Xvo16s inBackgroundNoise,
+                                                         Xvo16s voicedHangover, XvoSpeechRate mode);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

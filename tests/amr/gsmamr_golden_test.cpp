@@ -38,6 +38,13 @@ const Case kCases[] = {
          return xvosFixedCodebookDecode_GSMAMR_16s(r.s16("indices"), r.s16("code"), static_cast<Xvo16s>(r.v("subframe")),
                                                    XvoSpeechRate(r.v("mode")));
      }},
+    {"amrnb/xvosAdaptiveCodebookDecode_GSMAMR_16s.txt", 1100,
+     [](GoldenRow& r) {
+         return xvosAdaptiveCodebookDecode_GSMAMR_16s(
+             static_cast<Xvo16s>(r.v("index")), r.s16("prevLag"), r.s16("decodedLag"), r.s16("exc"), r.s16("lagUsed"),
+             r.s16("vec"), static_cast<Xvo16s>(r.v("subframe")), static_cast<Xvo16s>(r.v("bfi")),
+             static_cast<Xvo16s>(r.v("bgnFlag")), static_cast<Xvo16s>(r.v("voicedHangover")), XvoSpeechRate(r.v("mode")));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

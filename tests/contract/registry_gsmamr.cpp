@@ -78,6 +78,33 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
               {intIs(0, 4, xvoStsRange), intIs(0, -1, xvoStsRange), intIs(1, 2, xvoStsRange), intIs(1, 26, xvoStsRange)}};
     fcb.fuzzRange = {{0, {-1, 4}}, {1, {-1, 26}}};
     r.push_back(fcb);
+
+    Entry acb{"xvosAdaptiveCodebookDecode_GSMAMR_16s",
+              [](Call& c) {
+                  c.words({60});
+                  c.buffer(sizeof(Xvo16s));
+                  c.random16(194, -8000, 8000);
+                  c.buffer(sizeof(Xvo16s));
+                  c.buffer(40 * sizeof(Xvo16s));
+                  for (int v : {100, 1, 0, 0, 0, int(XVO_BITRATE_7950)}) c.integer(v);
+              },
+              [](Call& c) {
+                  return xvosAdaptiveCodebookDecode_GSMAMR_16s(
+                      static_cast<Xvo16s>(c.i(0)), c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                      c.p<Xvo16s>(4), static_cast<Xvo16s>(c.i(1)), static_cast<Xvo16s>(c.i(2)),
+                      static_cast<Xvo16s>(c.i(3)), static_cast<Xvo16s>(c.i(4)), XvoSpeechRate(c.i(5)));
+              },
+              {0, 1, 2, 3, 4}, {},
+              {intIs(1, 4, xvoStsSize), intIs(5, 2, xvoStsRange), intIs(0, 512, xvoStsRange),
+               {"previous lag 400 in a 12.2 bad frame",
+               [](Call& c) {
+                   c.set<int16_t>(0, 0, 400);
+                   c.ints[2] = 1;
+                   c.ints[5] = XVO_BITRATE_12200;
+               },
+               xvoStsBadCodecParam}}};
+    acb.fuzzRange = {{0, {-2, 520}}, {1, {-1, 4}}, {2, {0, 1}}, {5, {-1, 26}}};
+    r.push_back(acb);
 }
 
 }  // namespace xvocontract
