@@ -1145,6 +1145,19 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookDecode_GSMAMR_16s(Xvo16s valAdptIndex, X
                                                          Xvo16s* pResultIntPitchLag, Xvo16s* pDstAdptVector,
                                                          Xvo16s subFrame, Xvo16s bfi, Xvo16s inBackgroundNoise,
                                                          Xvo16s voicedHangover, XvoSpeechRate mode);
+/** Windowed autocorrelation for the LP analysis of one frame: the 240 samples are multiplied by the
+ *  analysis window with rounding (Q15); while the doubled sum of squares saturates, the windowed
+ *  signal is divided by 4; r0 = 2 sum + 1 normalised by its leading-zero count, r1..r10 with the same
+ *  shift and then lag-windowed (the G.729 lag window, 60 Hz). 12.2 runs two analyses with its two
+ *  asymmetric windows, the other modes one with the single window.
+ *  @param pSrcSpch     in: 240 samples (the frame's analysis window position).
+ *  @param pDstAutoCorr out: 11 values (22 at 12.2: the two sets one after the other): r0 as a whole
+ *                      32-bit value in 0x40000000..0x7fffffff, r1..r10 as hi * 65536 + lo * 2 of the
+ *                      double-precision result (bit 0 zero). Elements 11..21 are not written below 12.2.
+ *  @param mode         in: a GSM-AMR mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when the mode is not accepted; else
+ *          xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorr_GSMAMR_16s32s(const Xvo16s* pSrcSpch, Xvo32s* pDstAutoCorr, XvoSpeechRate mode);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

@@ -45,6 +45,8 @@ const Case kCases[] = {
              r.s16("vec"), static_cast<Xvo16s>(r.v("subframe")), static_cast<Xvo16s>(r.v("bfi")),
              static_cast<Xvo16s>(r.v("bgnFlag")), static_cast<Xvo16s>(r.v("voicedHangover")), XvoSpeechRate(r.v("mode")));
      }},
+    {"amrnb/xvosAutoCorr_GSMAMR_16s32s.txt", 1200,
+     [](GoldenRow& r) { return xvosAutoCorr_GSMAMR_16s32s(r.s16("speech"), r.s32("acf"), XvoSpeechRate(r.v("mode"))); }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

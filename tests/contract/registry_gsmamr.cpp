@@ -105,6 +105,17 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                xvoStsBadCodecParam}}};
     acb.fuzzRange = {{0, {-2, 520}}, {1, {-1, 4}}, {2, {0, 1}}, {5, {-1, 26}}};
     r.push_back(acb);
+
+    Entry acf{"xvosAutoCorr_GSMAMR_16s32s",
+              [](Call& c) {
+                  c.random16(240);
+                  c.buffer(22 * sizeof(Xvo32s));
+                  c.integer(XVO_BITRATE_12200);
+              },
+              [](Call& c) { return xvosAutoCorr_GSMAMR_16s32s(c.p<Xvo16s>(0), c.p<Xvo32s>(1), XvoSpeechRate(c.i(0))); },
+              {0, 1}, {}, {intIs(0, 2, xvoStsRange), intIs(0, -1, xvoStsRange)}};
+    acf.fuzzRange = {{0, {-1, 26}}};
+    r.push_back(acf);
 }
 
 }  // namespace xvocontract
