@@ -1,6 +1,8 @@
 // Mode codes of the GSM-AMR family and the checks every GSM-AMR export shares.
 #pragma once
 
+#include <cstdint>
+
 #include "xvosc.h"
 
 namespace xvo {
@@ -29,5 +31,9 @@ constexpr int kGsmAmrRow122 = 7;
 /// Samples in a GSM-AMR frame and subframe.
 constexpr int kGsmAmrFrame = 160;
 constexpr int kGsmAmrSubframe = 40;
+
+/// GSM-AMR LSF-to-LSP conversion (the shared table conversion with the GSM-AMR slopes, shift 8).
+/// Returns xvoStsDomain at the first negative LSF.
+XvoStatus ownLSFToLSP_GSMAMR_16s(const int16_t* lsf, int16_t* lsp);
 
 }  // namespace xvo

@@ -21,17 +21,6 @@ constexpr int kHistory = 8;            // frames kept in the DTX histories
 constexpr int16_t kHangover = 7;       // frames of speech kept after the VAD falls
 constexpr int16_t kElapsedThresh = 30; // hangover + elapsed below this still codes DTX frames
 
-/// Slopes of the cosine table for the GSM-AMR conversion: C[k+1] - C[k],
-/// with C[64] = cos(pi) = -32768 (TS 26.073 Lsf_lsp computes them on the fly).
-constexpr std::array<int16_t, 64> kSlopeAmr = [] {
-    std::array<int16_t, 64> s{};
-    for (int k = 0; k < 64; ++k) {
-        const int next = k < 63 ? kCosTable64[k + 1] : -32768;
-        s[k] = static_cast<int16_t>(next - kCosTable64[k]);
-    }
-    return s;
-}();
-
 /// Advances a history write index (0..7, wrapping 7 -> 0).
 inline int16_t ownNextIndex(int16_t index) { return index == kHistory - 1 ? 0 : static_cast<int16_t>(index + 1); }
 
@@ -59,6 +48,22 @@ XvoStatus ownDTXBuffer(const Xvo16s* speech, const Xvo16s* lsp, Xvo16s* index, X
 }
 
 }  // namespace
+
+/// Slopes of the cosine table for the GSM-AMR conversion: C[k+1] - C[k],
+/// with C[64] = cos(pi) = -32768 (TS 26.073 Lsf_lsp computes them on the fly).
+static constexpr std::array<int16_t, 64> kSlopeAmr = [] {
+    std::array<int16_t, 64> s{};
+    for (int k = 0; k < 64; ++k) {
+        const int next = k < 63 ? kCosTable64[k + 1] : -32768;
+        s[k] = static_cast<int16_t>(next - kCosTable64[k]);
+    }
+    return s;
+}();
+
+XvoStatus ownLSFToLSP_GSMAMR_16s(const int16_t* lsf, int16_t* lsp) {
+    return ownLSFToLSPTable_16s(kSlopeAmr.data(), 8, lsf, lsp);
+}
+
 }  // namespace xvo
 
 using namespace xvo;
@@ -99,5 +104,5 @@ XVOSC_API XvoStatus xvosDecDTXBuffer_GSMAMR_16s(const Xvo16s* pSrcSpeech, const 
 
 XVOSC_API XvoStatus xvosLSFToLSP_GSMAMR_16s(const Xvo16s* pSrcLSF, Xvo16s* pDstLSP) {
     XVO_CHECK(ownCheckPtrs(pSrcLSF, pDstLSP));
-    return ownLSFToLSPTable_16s(kSlopeAmr.data(), 8, pSrcLSF, pDstLSP);
+    return ownLSFToLSP_GSMAMR_16s(pSrcLSF, pDstLSP);
 }

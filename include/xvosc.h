@@ -1158,6 +1158,25 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookDecode_GSMAMR_16s(Xvo16s valAdptIndex, X
  *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when the mode is not accepted; else
  *          xvoStsOk. */
 XVOSC_API XvoStatus xvosAutoCorr_GSMAMR_16s32s(const Xvo16s* pSrcSpch, Xvo32s* pDstAutoCorr, XvoSpeechRate mode);
+/** Decodes the quantised LSPs of one frame. Below 12.2: one vector from three split indices with
+ *  first-order MA prediction of the residual (the 4.75/5.15 and 7.95 codebook variants included);
+ *  at 12.2 (and 25): two vectors (subframes 0-1 and 2-3) from five split-matrix indices, prediction
+ *  factor 0.65. A bad frame estimates the LSFs from the previous ones and the mean (0.9/0.1 below
+ *  12.2, 0.95/0.05 at 12.2) and refreshes the residual memory from them. The LSFs are then spread to
+ *  a minimum distance of 205 and converted to LSPs (xvosLSFToLSP_GSMAMR_16s).
+ *  @param pSrcQntIdx                in: 3 indices (below 12.2) or 5 (12.2; bit 0 of the third is its
+ *                                   sign); out-of-range indices are limited to their codebook.
+ *  @param pSrcDstPrevQntLSFResidual in/out: 10 values, the previous quantised residual.
+ *  @param pSrcDstPrevQntLSF         in/out: 10 values, the previous quantised LSFs (the last vector).
+ *  @param pDstQntLSP                out: 10 LSPs (Q15), 20 at 12.2 (first vector, then second).
+ *  @param pDstQntLSF                out: the matching 10 or 20 LSFs (0..16383 for 0..pi).
+ *  @param bfi                       in: non-zero for a bad (lost) frame.
+ *  @param mode                      in: a GSM-AMR mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsRange when the mode is not
+ *          accepted; else xvoStsOk. */
+XVOSC_API XvoStatus xvosQuantLSPDecode_GSMAMR_16s(const Xvo16s* pSrcQntIdx, Xvo16s* pSrcDstPrevQntLSFResidual,
+                                                 Xvo16s* pSrcDstPrevQntLSF, Xvo16s* pDstQntLSP, Xvo16s* pDstQntLSF,
+                                                 Xvo16s bfi, XvoSpeechRate mode);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

@@ -47,6 +47,11 @@ const Case kCases[] = {
      }},
     {"amrnb/xvosAutoCorr_GSMAMR_16s32s.txt", 1200,
      [](GoldenRow& r) { return xvosAutoCorr_GSMAMR_16s32s(r.s16("speech"), r.s32("acf"), XvoSpeechRate(r.v("mode"))); }},
+    {"amrnb/xvosQuantLSPDecode_GSMAMR_16s.txt", 1600,
+     [](GoldenRow& r) {
+         return xvosQuantLSPDecode_GSMAMR_16s(r.s16("indices"), r.s16("pastRes"), r.s16("pastLSF"), r.s16("lsp"),
+                                              r.s16("lsf"), static_cast<Xvo16s>(r.v("bfi")), XvoSpeechRate(r.v("mode")));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

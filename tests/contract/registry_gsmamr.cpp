@@ -116,6 +116,25 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
               {0, 1}, {}, {intIs(0, 2, xvoStsRange), intIs(0, -1, xvoStsRange)}};
     acf.fuzzRange = {{0, {-1, 26}}};
     r.push_back(acf);
+
+    Entry lspDec{"xvosQuantLSPDecode_GSMAMR_16s",
+                 [](Call& c) {
+                     c.words({20, 100, 30, 17, 9});
+                     c.words(std::vector<int16_t>(10, 0));
+                     c.words(kLsf);
+                     c.buffer(20 * sizeof(Xvo16s));
+                     c.buffer(20 * sizeof(Xvo16s));
+                     c.integer(0);
+                     c.integer(XVO_BITRATE_12200);
+                 },
+                 [](Call& c) {
+                     return xvosQuantLSPDecode_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                          c.p<Xvo16s>(4), static_cast<Xvo16s>(c.i(0)),
+                                                          XvoSpeechRate(c.i(1)));
+                 },
+                 {0, 1, 2, 3, 4}, {}, {intIs(1, 2, xvoStsRange), intIs(1, 13, xvoStsRange)}};
+    lspDec.fuzzRange = {{0, {0, 1}}, {1, {-1, 26}}};
+    r.push_back(lspDec);
 }
 
 }  // namespace xvocontract
