@@ -8,6 +8,7 @@
 #include "amr/gsmamr_common.h"
 #include "core/check.h"
 #include "core/fixed.h"
+#include "g729/gain.h"
 #include "xvosc.h"
 
 namespace xvo {
@@ -70,6 +71,124 @@ Lag ownDecLag6(int index, bool relative, int t0Prev) {
     if (t0Min + 9 > kGsmAmrPitMax) t0Min = kGsmAmrPitMax - 9;
     const int i = (((index + 5) * 5462) >> 15) - 1;
     return {i + t0Min, index - 3 - 6 * i};
+}
+
+
+// ---- closed-loop search -----------------------------------------------------
+
+/// Mode-dependent parameters of the search (TS 26.073 pitch_fr.c mode_dep_parm).
+struct PitchParams {
+    int16_t maxFracLag, flag3, firstFrac, lastFrac, intLow, intRange, frcLow, frcRange, pitMin;
+};
+constexpr PitchParams kPitchParams[8] = {
+    {84, 1, -2, 2, 5, 10, 5, 9, 20}, {84, 1, -2, 2, 5, 10, 5, 9, 20}, {84, 1, -2, 2, 3, 6, 5, 9, 20},
+    {84, 1, -2, 2, 3, 6, 5, 9, 20},  {84, 1, -2, 2, 3, 6, 5, 9, 20},  {84, 1, -2, 2, 3, 6, 10, 19, 20},
+    {84, 1, -2, 2, 3, 6, 5, 9, 20},  {94, 0, -3, 3, 3, 6, 5, 9, 18}};
+
+constexpr int kInterSrch = 4;  // taps each side of the correlation interpolation
+/// 1/6-resolution interpolation filter of the normalised correlation (TS 26.073 inter_6 of inter_36.c).
+constexpr int16_t kInter6Corr[kUpSamp * kInterSrch + 1] = {29519, 28316, 24906, 19838, 13896, 7945, 2755,
+                                                           -1127, -3459, -4304, -3969, -2899, -1561, -336,
+                                                           534,   970,   1023,  823,   516,   220,   0,
+                                                           -131,  -194,  -215,  0};
+
+/// Search window around a lag: [t - low, t - low + range] within [pitMin, 143].
+void ownRange(int t, int low, int range, int pitMin, int& t0Min, int& t0Max) {
+    t0Min = std::max<int>(sub(static_cast<int16_t>(std::clamp(t, -32768, 32767)), static_cast<int16_t>(low)), pitMin);
+    t0Max = t0Min + range;
+    if (t0Max > kGsmAmrPitMax) t0Max = kGsmAmrPitMax, t0Min = t0Max - range;
+}
+
+/// Normalised correlation between the target and the past excitation filtered by h, for every
+/// lag tMin..tMax (corr indexed by lag). The filtered excitation of each lag is updated from the
+/// previous one; it is kept at a quarter scale when its first energy passes 2^26.
+void ownNormCorr(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int tMax, int16_t* corr) {
+    int16_t excf[kGsmAmrSubframe];
+    int k = -tMin;
+    for (int n = 0; n < kGsmAmrSubframe; ++n) {
+        int32_t s = 0;
+        for (int i = 0; i <= n; ++i) s = L_mac(s, exc[k + i], h[n - i]);
+        excf[n] = extract_h(L_shl(s, 3));
+    }
+    int32_t e = 0;
+    for (int j = 0; j < kGsmAmrSubframe; ++j) e = L_mac(e, excf[j], excf[j]);
+    int hFac = 3, scaling = 0;
+    if (e > 67108864) {
+        for (int16_t& v : excf) v = shr(v, 2);
+        hFac = 1, scaling = 2;
+    }
+    for (int t = tMin; t <= tMax; ++t) {
+        int32_t s = 0;
+        for (int j = 0; j < kGsmAmrSubframe; ++j) s = L_mac(s, excf[j], excf[j]);
+        int16_t normH, normL, corrH, corrL;
+        L_Extract(g729::ownInvSqrt_G729(s), normH, normL);
+        s = 0;
+        for (int j = 0; j < kGsmAmrSubframe; ++j) s = L_mac(s, xn[j], excf[j]);
+        L_Extract(s, corrH, corrL);
+        corr[t] = extract_h(L_shl(Mpy_32(corrH, corrL, normH, normL), 16));
+        if (t != tMax) {
+            --k;
+            for (int j = kGsmAmrSubframe - 1; j > 0; --j)
+                excf[j] = add(extract_h(L_shl(L_mult(exc[k], h[j]), hFac)), excf[j - 1]);
+            excf[0] = shr(exc[k], scaling);
+        }
+    }
+}
+
+/// The correlation interpolated at lag + frac (1/3 or 1/6 units).
+int16_t ownInterpol3or6(const int16_t* x, int frac, bool flag3) {
+    if (flag3) frac *= 2;
+    if (frac < 0) {
+        frac += kUpSamp;
+        --x;
+    }
+    const int16_t* c1 = kInter6Corr + frac;
+    const int16_t* c2 = kInter6Corr + (kUpSamp - frac);
+    int32_t s = 0;
+    for (int i = 0, k = 0; i < kInterSrch; ++i, k += kUpSamp) {
+        s = L_mac(s, x[-i], c1[k]);
+        s = L_mac(s, x[1 + i], c2[k]);
+    }
+    return round_fx(s);
+}
+
+/// Best fraction in frac..lastFrac around lag (the first of equal maxima kept), then folded so that
+/// the fraction stays in -1..1 (1/3) or -2..3 (1/6).
+void ownSearchFrac(int& lag, int& frac, int lastFrac, const int16_t* corr, bool flag3) {
+    int16_t best = ownInterpol3or6(corr + lag, frac, flag3);
+    for (int f = frac + 1; f <= lastFrac; ++f) {
+        const int16_t c = ownInterpol3or6(corr + lag, f, flag3);
+        if (c > best) best = c, frac = f;
+    }
+    if (!flag3) {
+        if (frac == -3) frac = 3, --lag;
+    } else {
+        if (frac == -2) frac = 1, --lag;
+        if (frac == 2) frac = -1, ++lag;
+    }
+}
+
+/// The 4-bit delta code's reference lag: the previous lag kept within [t0Min + 5, t0Max - 4].
+int ownDeltaRef(int prev, int t0Min, int t0Max) {
+    int ref = prev;
+    if (ref - t0Min > 5) ref = t0Min + 5;
+    if (t0Max - ref > 4) ref = t0Max - 4;
+    return ref;
+}
+
+int ownEncLag3(int t0, int frac, int prev, int t0Min, int t0Max, bool delta, bool flag4) {
+    if (!delta) return t0 <= 85 ? 3 * t0 - 58 + frac : t0 + 112;
+    if (!flag4) return 3 * (t0 - t0Min) + 2 + frac;
+    const int ref = ownDeltaRef(prev, t0Min, t0Max);
+    const int up = 3 * t0 + frac, low = 3 * (ref - 2);
+    if (low >= up) return t0 - ref + 5;
+    if (3 * (ref + 1) > up) return up - low + 3;
+    return t0 - ref + 11;
+}
+
+int ownEncLag6(int t0, int frac, int t0Min, bool delta) {
+    if (!delta) return t0 <= 94 ? 6 * t0 - 105 + frac : t0 + 368;
+    return 6 * (t0 - t0Min) + 3 + frac;
 }
 
 }  // namespace
@@ -148,5 +267,68 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookDecode_GSMAMR_16s(Xvo16s valAdptIndex, X
     *pResultPrevIntPitchLag = static_cast<Xvo16s>(prevLag);
     *pResultLTPLag = static_cast<Xvo16s>(decoded);
     *pResultIntPitchLag = static_cast<Xvo16s>(used);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcImpulseResponse,
+                                                         const Xvo16s* pSrcOpenLoopLag, Xvo16s* pPitchLag,
+                                                         Xvo16s* pSrcDstExcitation, Xvo16s* pFracPitchLag,
+                                                         Xvo16s* pAdptIndex, Xvo16s* pDstAdptVector, Xvo16s subFrame,
+                                                         XvoSpeechRate mode) {
+    XVO_CHECK(ownCheckPtrs(pSrcTarget, pSrcImpulseResponse, pSrcOpenLoopLag, pPitchLag, pSrcDstExcitation,
+                           pFracPitchLag, pAdptIndex, pDstAdptVector));
+    XVO_RETURN_IF(subFrame < 0 || subFrame > 3, xvoStsSize);
+    const int row = ownGsmAmrRow(mode, false);
+    XVO_RETURN_IF(row < 0, xvoStsRange);
+    const PitchParams& p = kPitchParams[row];
+    const bool flag3 = p.flag3 != 0, flag4 = row <= 3;
+    const int prev = *pPitchLag;
+
+    // Subframes 0 and 2 search around the open-loop lag of their half frame, except subframe 2 of
+    // 4.75/5.15; the others search around the previous subframe's lag.
+    const bool delta = !(subFrame == 0 || (subFrame == 2 && row > 1));
+    int t0Min, t0Max;
+    if (!delta)
+        ownRange(pSrcOpenLoopLag[subFrame == 0 ? 0 : 1], p.intLow, p.intRange, p.pitMin, t0Min, t0Max);
+    else
+        ownRange(prev, p.frcLow, p.frcRange, p.pitMin, t0Min, t0Max);
+
+    int16_t* exc = pSrcDstExcitation + 154;
+    int16_t corrV[40];
+    int16_t* corr = corrV - (t0Min - kInterSrch);
+    ownNormCorr(exc, pSrcTarget, pSrcImpulseResponse, t0Min - kInterSrch, t0Max + kInterSrch, corr);
+
+    int lag = t0Min;
+    for (int t = t0Min + 1; t <= t0Max; ++t)
+        if (corr[t] >= corr[lag]) lag = t;  // the largest of equal maxima
+
+    int frac = p.firstFrac, lastFrac = p.lastFrac;
+    if (!delta && lag > p.maxFracLag) {
+        frac = 0;
+    } else if (delta && flag4) {
+        // 4-bit delta code: fractions only around the reference lag, or on one side of it.
+        const int ref = ownDeltaRef(prev, t0Min, t0Max);
+        if (lag == ref || lag == ref - 1) {
+            ownSearchFrac(lag, frac, lastFrac, corr, flag3);
+        } else if (lag == ref - 2) {
+            frac = 0;
+            ownSearchFrac(lag, frac, lastFrac, corr, flag3);
+        } else if (lag == ref + 1) {
+            lastFrac = 0;
+            ownSearchFrac(lag, frac, lastFrac, corr, flag3);
+        } else {
+            frac = 0;
+        }
+    } else {
+        ownSearchFrac(lag, frac, lastFrac, corr, flag3);
+    }
+
+    const int index = flag3 ? ownEncLag3(lag, frac, prev, t0Min, t0Max, delta, flag4)
+                            : ownEncLag6(lag, frac, t0Min, delta);
+    ownPredLt3or6_16s(exc, lag, frac, flag3);
+    std::copy(exc, exc + kGsmAmrSubframe, pDstAdptVector);
+    *pPitchLag = static_cast<Xvo16s>(lag);
+    *pFracPitchLag = static_cast<Xvo16s>(frac);
+    *pAdptIndex = static_cast<Xvo16s>(index);
     return xvoStsOk;
 }

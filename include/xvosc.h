@@ -1177,6 +1177,32 @@ XVOSC_API XvoStatus xvosAutoCorr_GSMAMR_16s32s(const Xvo16s* pSrcSpch, Xvo32s* p
 XVOSC_API XvoStatus xvosQuantLSPDecode_GSMAMR_16s(const Xvo16s* pSrcQntIdx, Xvo16s* pSrcDstPrevQntLSFResidual,
                                                  Xvo16s* pSrcDstPrevQntLSF, Xvo16s* pDstQntLSP, Xvo16s* pDstQntLSF,
                                                  Xvo16s bfi, XvoSpeechRate mode);
+/** Closed-loop adaptive-codebook (pitch) search of one subframe: the integer lag maximising the
+ *  normalised correlation between the target and the filtered past excitation (the largest of equal
+ *  maxima), then the fraction (1/3 resolution, 1/6 at 12.2; the first of equal maxima), the lag index,
+ *  and the adaptive-codebook vector by fractional interpolation of the excitation.
+ *  Subframes 0 and 2 search around the open-loop lag of their half frame (subframe 2 of 4.75 and
+ *  5.15 excepted), the others around the previous subframe's lag; the search ranges are the
+ *  reference's per-mode table (minimum lag 20, 18 at 12.2; maximum 143).
+ *  @param pSrcTarget          in: 40-sample target vector (Q0).
+ *  @param pSrcImpulseResponse in: 40-sample impulse response of the weighted synthesis filter (Q12).
+ *  @param pSrcOpenLoopLag     in: the open-loop lags of subframes 0-1 and 2-3.
+ *  @param pPitchLag           in: the previous subframe's integer lag (read in relatively coded
+ *                             subframes); out: the chosen integer lag.
+ *  @param pSrcDstExcitation   in/out: 154 past excitation samples then 40 current ones (the LP
+ *                             residual on entry, the adaptive-codebook vector on return).
+ *  @param pFracPitchLag       out: the fraction (-1..1, or -2..3 at 12.2).
+ *  @param pAdptIndex          out: the coded lag index.
+ *  @param pDstAdptVector      out: the 40-sample adaptive-codebook vector (a copy).
+ *  @param subFrame            in: 0..3.
+ *  @param mode                in: a GSM-AMR mode code (25 is not accepted).
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsSize when subFrame is outside
+ *          0..3; xvoStsRange when the mode is not one of the eight; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcImpulseResponse,
+                                                         const Xvo16s* pSrcOpenLoopLag, Xvo16s* pPitchLag,
+                                                         Xvo16s* pSrcDstExcitation, Xvo16s* pFracPitchLag,
+                                                         Xvo16s* pAdptIndex, Xvo16s* pDstAdptVector, Xvo16s subFrame,
+                                                         XvoSpeechRate mode);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

@@ -52,6 +52,12 @@ const Case kCases[] = {
          return xvosQuantLSPDecode_GSMAMR_16s(r.s16("indices"), r.s16("pastRes"), r.s16("pastLSF"), r.s16("lsp"),
                                               r.s16("lsf"), static_cast<Xvo16s>(r.v("bfi")), XvoSpeechRate(r.v("mode")));
      }},
+    {"amrnb/xvosAdaptiveCodebookSearch_GSMAMR_16s.txt", 1000,
+     [](GoldenRow& r) {
+         return xvosAdaptiveCodebookSearch_GSMAMR_16s(r.s16("target"), r.s16("h"), r.s16("olLag"), r.s16("lag"),
+                                                      r.s16("exc"), r.s16("frac"), r.s16("index"), r.s16("vec"),
+                                                      static_cast<Xvo16s>(r.v("subframe")), XvoSpeechRate(r.v("mode")));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

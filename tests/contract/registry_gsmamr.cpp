@@ -135,6 +135,29 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                  {0, 1, 2, 3, 4}, {}, {intIs(1, 2, xvoStsRange), intIs(1, 13, xvoStsRange)}};
     lspDec.fuzzRange = {{0, {0, 1}}, {1, {-1, 26}}};
     r.push_back(lspDec);
+
+    Entry search{"xvosAdaptiveCodebookSearch_GSMAMR_16s",
+                 [](Call& c) {
+                     c.random16(40, -4000, 4000);
+                     c.random16(40, -4096, 4096);
+                     c.words({60, 62});
+                     c.words({60});
+                     c.random16(194, -8000, 8000);
+                     for (int k = 0; k < 3; ++k) c.buffer(sizeof(Xvo16s));
+                     c.buffer(40 * sizeof(Xvo16s));
+                     c.integer(1);
+                     c.integer(XVO_BITRATE_7950);
+                 },
+                 [](Call& c) {
+                     return xvosAdaptiveCodebookSearch_GSMAMR_16s(
+                         c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5),
+                         c.p<Xvo16s>(6), c.p<Xvo16s>(7), static_cast<Xvo16s>(c.i(0)), XvoSpeechRate(c.i(1)));
+                 },
+                 {0, 1, 2, 3, 4, 5, 6, 7}, {},
+                 {intIs(0, 4, xvoStsSize), intIs(0, -1, xvoStsSize), intIs(1, 25, xvoStsRange),
+                  intIs(1, 2, xvoStsRange)}};
+    search.fuzzRange = {{0, {-1, 4}}, {1, {-1, 26}}};
+    r.push_back(search);
 }
 
 }  // namespace xvocontract
