@@ -332,3 +332,56 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_GSMAMR_16s(const Xvo16s* pSrcTarg
     *pAdptIndex = static_cast<Xvo16s>(index);
     return xvoStsOk;
 }
+
+namespace xvo {
+namespace {
+
+/// <a,b> + 1 normalised to 16 bits: value and exponent. When the sum saturates it is taken again
+/// as <a2,b2> (the operands with y1 divided by 4) and the exponent corrected by `fix` (TS 26.073 G_pitch).
+void ownNormDot(const int16_t* a, const int16_t* b, const int16_t* a2, const int16_t* b2, int fix, int16_t& v,
+                int16_t& e) {
+    bool ovf = false;
+    int32_t s = 1;
+    for (int i = 0; i < kGsmAmrSubframe; ++i) s = L_mac(s, a[i], b[i], ovf);
+    if (ovf) {
+        s = 1;
+        for (int i = 0; i < kGsmAmrSubframe; ++i) s = L_mac(s, a2[i], b2[i]);
+    } else {
+        fix = 0;
+    }
+    e = norm_l(s);
+    v = round_fx(L_shl(s, e));
+    e = static_cast<int16_t>(e - fix);
+}
+
+/// Adaptive-codebook gain xn.y1 / y1.y1 in Q14, limited to 1.2 (0 when the correlation is below 4),
+/// and the four coefficients yy, 15 - exp(yy), xy, 15 - exp(xy) the gain quantisers reuse.
+int16_t ownPitchGain(const int16_t* xn, const int16_t* y1, int16_t* coeff) {
+    int16_t y1q[kGsmAmrSubframe];
+    for (int i = 0; i < kGsmAmrSubframe; ++i) y1q[i] = shr(y1[i], 2);
+    int16_t yy, expYY, xy, expXY;
+    ownNormDot(y1, y1, y1q, y1q, 4, yy, expYY);
+    ownNormDot(xn, y1, xn, y1q, 2, xy, expXY);
+    coeff[0] = yy, coeff[1] = sub(15, expYY), coeff[2] = xy, coeff[3] = sub(15, expXY);
+    if (xy < 4) return 0;
+    const int16_t gain = shr(div_s(shr(xy, 1), yy), sub(expXY, expYY));
+    return std::min<int16_t>(gain, 19661);
+}
+
+}  // namespace
+}  // namespace xvo
+
+XVOSC_API XvoStatus xvosAdaptiveCodebookGainCoeffs_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdptVector,
+                                                             Xvo16s* pDstGainCoeff, Xvo16s* pResultGain) {
+    XVO_CHECK(ownCheckPtrs(pSrcTarget, pSrcFltAdptVector, pDstGainCoeff, pResultGain));
+    *pResultGain = ownPitchGain(pSrcTarget, pSrcFltAdptVector, pDstGainCoeff);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosAdaptiveCodebookGain_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdptVector,
+                                                       Xvo16s* pResultGain) {
+    XVO_CHECK(ownCheckPtrs(pSrcTarget, pSrcFltAdptVector, pResultGain));
+    int16_t coeff[4];
+    *pResultGain = ownPitchGain(pSrcTarget, pSrcFltAdptVector, coeff);
+    return xvoStsOk;
+}

@@ -1203,6 +1203,23 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_GSMAMR_16s(const Xvo16s* pSrcTarg
                                                          Xvo16s* pSrcDstExcitation, Xvo16s* pFracPitchLag,
                                                          Xvo16s* pAdptIndex, Xvo16s* pDstAdptVector, Xvo16s subFrame,
                                                          XvoSpeechRate mode);
+/** Adaptive-codebook (pitch) gain of a subframe, xn.y1 / y1.y1 in Q14 (TS 26.073 G_pitch): both
+ *  products are taken with 1 added and normalised to 16 bits (again with y1 divided by 4 when a sum
+ *  saturates); a correlation below 4 gives 0 and the gain is limited to 19661 (1.2). The two LSBs
+ *  the 12.2 encoder clears afterwards are left to the caller.
+ *  @param pSrcTarget        in: 40-sample target vector (Q0).
+ *  @param pSrcFltAdptVector in: 40-sample filtered adaptive-codebook vector y1 (Q0).
+ *  @param pDstGainCoeff     out: yy, 15 - exp(yy), xy, 15 - exp(xy), the normalised energy and
+ *                           correlation with their exponents, as the gain quantisers use them.
+ *  @param pResultGain       out: the gain, Q14, 0..19661.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookGainCoeffs_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdptVector,
+                                                             Xvo16s* pDstGainCoeff, Xvo16s* pResultGain);
+
+/** As xvosAdaptiveCodebookGainCoeffs_GSMAMR_16s without the coefficients.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookGain_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdptVector,
+                                                       Xvo16s* pResultGain);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

@@ -143,7 +143,7 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                      c.words({60, 62});
                      c.words({60});
                      c.random16(194, -8000, 8000);
-                     for (int k = 0; k < 3; ++k) c.buffer(sizeof(Xvo16s));
+                     for (int k = 0; k < 2; ++k) c.buffer(sizeof(Xvo16s));
                      c.buffer(40 * sizeof(Xvo16s));
                      c.integer(1);
                      c.integer(XVO_BITRATE_7950);
@@ -158,6 +158,27 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                   intIs(1, 2, xvoStsRange)}};
     search.fuzzRange = {{0, {-1, 4}}, {1, {-1, 26}}};
     r.push_back(search);
+
+    r.push_back({"xvosAdaptiveCodebookGainCoeffs_GSMAMR_16s",
+                 [](Call& c) {
+                     c.random16(40);
+                     c.random16(40);
+                     c.buffer(4 * sizeof(Xvo16s));
+                     c.buffer(sizeof(Xvo16s));
+                 },
+                 [](Call& c) {
+                     return xvosAdaptiveCodebookGainCoeffs_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2),
+                                                                      c.p<Xvo16s>(3));
+                 },
+                 {0, 1, 2, 3}, {}, {}});
+    r.push_back({"xvosAdaptiveCodebookGain_GSMAMR_16s",
+                 [](Call& c) {
+                     c.random16(40);
+                     c.random16(40);
+                     c.buffer(sizeof(Xvo16s));
+                 },
+                 [](Call& c) { return xvosAdaptiveCodebookGain_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2)); },
+                 {0, 1, 2}, {}, {}});
 }
 
 }  // namespace xvocontract
