@@ -1226,6 +1226,51 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookGain_GSMAMR_16s(const Xvo16s* pSrcTarget
 /* GSM-AMR voice activity detection, option 1                             */
 /* ======================================================================== */
 /* @section gsmamr_vad1:begin */
+/** State of the GSM-AMR voice activity detector, option 1 (TS 26.094). The caller allocates it
+ *  and gives it its starting values: the reference's reset sets bckrEst, aveLevel and oldLevel to
+ *  150, bestCorrHp and corrHpFast to 13106 and every other field to 0. The fields are those of the
+ *  reference record, in its order and widths, followed by prevPower; the open-loop pitch search of
+ *  an encoder updates pitch, tone, oldLag, oldLagCount and bestCorrHp between frames. */
+typedef struct {
+    Xvo16s bckrEst[9];        /**< background-noise estimate per band */
+    Xvo16s aveLevel[9];       /**< averaged band levels (stationarity) */
+    Xvo16s oldLevel[9];       /**< band levels of the previous frame */
+    Xvo16s subLevel[9];       /**< level of each band's last samples of the previous frame */
+    Xvo16s aData5[3][2];      /**< memories of the 5th-order filter stages */
+    Xvo16s aData3[5];         /**< memories of the 3rd-order filter stages */
+    Xvo16s burstCount;        /**< consecutive frames with a speech decision */
+    Xvo16s hangCount;         /**< hangover frames left */
+    Xvo16s statCount;         /**< stationarity counter */
+    Xvo16s vadreg;            /**< intermediate decisions, newest in bit 14 */
+    Xvo16s pitch;             /**< pitch flags, newest in bit 14 */
+    Xvo16s tone;              /**< tone flags, newest in bit 14 */
+    Xvo16s complexHigh;       /**< high-correlation flags, newest in bit 14 */
+    Xvo16s complexLow;        /**< low-correlation flags, newest in bit 14 */
+    Xvo16s oldLagCount;       /**< lags near the previous ones (open-loop search) */
+    Xvo16s oldLag;            /**< previous open-loop lag */
+    Xvo16s complexHangCount;  /**< complex-signal hangover frames left */
+    Xvo16s complexHangTimer;  /**< consecutive frames of very high correlation */
+    Xvo16s bestCorrHp;        /**< best high-pass correlation of the frame (Q15) */
+    Xvo16s speechVadDecision; /**< the last decision */
+    Xvo16s complexWarning;    /**< 1 while the signal has been complex for a while */
+    Xvo16s spBurstCount;      /**< kept for the reference record layout */
+    Xvo16s corrHpFast;        /**< fast-adapted high-pass correlation (Q15) */
+    Xvo32s prevPower;         /**< doubled, saturated energy of the previous frame's last 40 samples */
+} XvoVAD1State_GSMAMR;
+
+/** GSM-AMR voice activity detection, option 1, for one 160-sample frame: the 9-band filter bank, the
+ *  averaged SNR against an adaptive threshold, the high-pass correlation aid, the background-noise
+ *  update and the burst/hangover rules. The frame power (pitch and complex flags, low-power exit) is
+ *  taken over the 40 samples before the frame (prevPower) and the frame's first 120, as the reference
+ *  encoder does with its lookahead; the last 40 samples' energy is kept for the next frame.
+ *  @param pSrcSpch   in: 160 pre-processed speech samples.
+ *  @param pState     in/out: the detector state.
+ *  @param pVadFlag   out: 1 for speech, 0 for noise.
+ *  @param bestCorrHp in: the best high-pass correlation of the frame's open-loop pitch search (Q15);
+ *                    stored in the state before use.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
+XVOSC_API XvoStatus xvosVAD1_GSMAMR_16s(const Xvo16s* pSrcSpch, XvoVAD1State_GSMAMR* pState, Xvo16s* pVadFlag,
+                                       Xvo16s bestCorrHp);
 /* @section gsmamr_vad1:end */
 
 /* ======================================================================== */

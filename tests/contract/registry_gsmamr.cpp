@@ -1,5 +1,6 @@
 #include "contract.h"
 
+#include <cstring>
 #include <string>
 
 namespace xvocontract {
@@ -179,6 +180,25 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                  },
                  [](Call& c) { return xvosAdaptiveCodebookGain_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2)); },
                  {0, 1, 2}, {}, {}});
+
+    Entry vad1{"xvosVAD1_GSMAMR_16s",
+               [](Call& c) {
+                   c.random16(160, -12000, 12000);
+                   const int k = c.buffer(sizeof(XvoVAD1State_GSMAMR));
+                   XvoVAD1State_GSMAMR st{};
+                   for (int i = 0; i < 9; ++i) st.bckrEst[i] = st.aveLevel[i] = st.oldLevel[i] = 150;
+                   st.bestCorrHp = st.corrHpFast = 13106;
+                   std::memcpy(c.bufs[k].data(), &st, sizeof st);
+                   c.buffer(sizeof(Xvo16s));
+                   c.integer(20000);
+               },
+               [](Call& c) {
+                   return xvosVAD1_GSMAMR_16s(c.p<Xvo16s>(0), c.p<XvoVAD1State_GSMAMR>(1), c.p<Xvo16s>(2),
+                                              static_cast<Xvo16s>(c.i(0)));
+               },
+               {0, 1, 2}, {}, {}};
+    vad1.fuzzRange = {{0, {-32768, 32767}}};
+    r.push_back(vad1);
 }
 
 }  // namespace xvocontract

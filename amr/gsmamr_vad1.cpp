@@ -1,0 +1,246 @@
+// GSM-AMR voice activity detector, option 1 (TS 26.094 vad1.c): a 9-band
+// filter bank of half-band filter pairs, per-band SNR against a background
+// noise estimate, an adaptive threshold, the high-pass correlation ("complex
+// signal") aid, and burst/hangover rules.
+#include <cstddef>
+
+#include "core/check.h"
+#include "core/fixed.h"
+#include "xvosc.h"
+
+static_assert(sizeof(XvoVAD1State_GSMAMR) == 132, "the option-1 record is 64 16-bit fields and the 32-bit power");
+static_assert(offsetof(XvoVAD1State_GSMAMR, corrHpFast) == 126, "reference field order");
+
+namespace xvo {
+namespace {
+
+using namespace fx;
+
+constexpr int kBands = 9;
+constexpr int kFrame = 160;
+constexpr int16_t kCoeff3 = 13363, kCoeff5_1 = 21955, kCoeff5_2 = 6390;
+constexpr int16_t kNoiseMin = 40, kNoiseMax = 16000;
+constexpr int16_t kAlphaUp1 = 1638, kAlphaDown1 = 2097, kAlphaUp2 = 491, kAlphaDown2 = 1867, kAlpha3 = 1638;
+constexpr int16_t kAlpha4 = 3276, kAlpha5 = 16383;
+constexpr int16_t kStatCount = 20, kCadMinStatCount = 5, kStatThrLevel = 184, kStatThr = 1000;
+constexpr int16_t kVadThrHigh = 1260, kVadThrLow = 720, kVadSlope = -2808;
+constexpr int16_t kInvBands = 3641;  // 1/9 in Q15
+constexpr int32_t kPowLow = 15000, kPowPitch = 343040, kPowComplex = 15000;
+constexpr int16_t kCvadAdaptHigh = 19660, kCvadAdaptLow = 16383, kCvadInNoise = 21298, kCvadHang = 22936;
+constexpr int16_t kCvadHangLimit = 100, kCvadHangLength = 250, kCvadMinCorr = 13106;
+constexpr int16_t kCvadSlow = 655, kCvadFast = 2621, kCvadReallyFast = 6553;
+
+// First stage of the bank: 5th-order half-band pair on the input scaled by 1/4, decimating by 2.
+void ownFirstStage(const int16_t* in, int16_t* out, int16_t* data) {
+    int16_t d0 = data[0], d1 = data[1];
+    for (int i = 0; i < kFrame / 4; ++i) {
+        const int16_t t0 = sub(shr(in[4 * i], 2), mult(kCoeff5_1, d0));
+        int16_t t1 = add(d0, mult(kCoeff5_1, t0));
+        const int16_t t3 = sub(shr(in[4 * i + 1], 2), mult(kCoeff5_2, d1));
+        int16_t t2 = add(d1, mult(kCoeff5_2, t3));
+        out[4 * i] = add(t1, t2);
+        out[4 * i + 1] = sub(t1, t2);
+        d0 = sub(shr(in[4 * i + 2], 2), mult(kCoeff5_1, t0));
+        t1 = add(t0, mult(kCoeff5_1, d0));
+        d1 = sub(shr(in[4 * i + 3], 2), mult(kCoeff5_2, t3));
+        t2 = add(t3, mult(kCoeff5_2, d1));
+        out[4 * i + 2] = add(t1, t2);
+        out[4 * i + 3] = sub(t1, t2);
+    }
+    data[0] = d0, data[1] = d1;
+}
+
+// 5th-order half-band pair: low band into *in0, high band into *in1.
+void ownFilter5(int16_t* in0, int16_t* in1, int16_t* data) {
+    int16_t t0 = sub(*in0, mult(kCoeff5_1, data[0]));
+    const int16_t t1 = add(data[0], mult(kCoeff5_1, t0));
+    data[0] = t0;
+    t0 = sub(*in1, mult(kCoeff5_2, data[1]));
+    const int16_t t2 = add(data[1], mult(kCoeff5_2, t0));
+    data[1] = t0;
+    *in0 = shr(add(t1, t2), 1);
+    *in1 = shr(sub(t1, t2), 1);
+}
+
+// 3rd-order half-band pair.
+void ownFilter3(int16_t* in0, int16_t* in1, int16_t* data) {
+    const int16_t t1 = sub(*in1, mult(kCoeff3, *data));
+    const int16_t t2 = add(*data, mult(kCoeff3, t1));
+    *data = t1;
+    *in1 = shr(sub(*in0, t2), 1);
+    *in0 = shr(add(*in0, t2), 1);
+}
+
+// Sum of |x| over samples count1..count2-1 of a band (stride m from a), plus the level of the
+// previous frame's tail; the tail of this frame is kept for the next.
+int16_t ownLevel(const int16_t* d, int16_t* subLevel, int count1, int count2, int m, int a, int scale) {
+    int32_t t1 = 0;
+    for (int i = count1; i < count2; ++i) t1 = L_mac(t1, 1, abs_s(d[m * i + a]));
+    int32_t t2 = L_add(t1, L_shl(static_cast<int32_t>(*subLevel), 16 - scale));
+    *subLevel = extract_h(L_shl(t1, scale));
+    for (int i = 0; i < count1; ++i) t2 = L_mac(t2, 1, abs_s(d[m * i + a]));
+    return extract_h(L_shl(t2, scale));
+}
+
+void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
+    int16_t b[kFrame];
+    ownFirstStage(in, b, st->aData5[0]);
+    for (int i = 0; i < kFrame / 4; ++i) {
+        ownFilter5(&b[4 * i], &b[4 * i + 2], st->aData5[1]);
+        ownFilter5(&b[4 * i + 1], &b[4 * i + 3], st->aData5[2]);
+    }
+    for (int i = 0; i < kFrame / 8; ++i) {
+        ownFilter3(&b[8 * i], &b[8 * i + 4], &st->aData3[0]);
+        ownFilter3(&b[8 * i + 2], &b[8 * i + 6], &st->aData3[1]);
+        ownFilter3(&b[8 * i + 3], &b[8 * i + 7], &st->aData3[4]);
+    }
+    for (int i = 0; i < kFrame / 16; ++i) {
+        ownFilter3(&b[16 * i], &b[16 * i + 8], &st->aData3[2]);
+        ownFilter3(&b[16 * i + 4], &b[16 * i + 12], &st->aData3[3]);
+    }
+    int16_t* sl = st->subLevel;
+    level[8] = ownLevel(b, &sl[8], kFrame / 4 - 8, kFrame / 4, 4, 1, 15);
+    const int a8[4] = {7, 3, 2, 6};  // bands 7..4, stride 8
+    for (int k = 0; k < 4; ++k) level[7 - k] = ownLevel(b, &sl[7 - k], kFrame / 8 - 4, kFrame / 8, 8, a8[k], 16);
+    const int a16[4] = {4, 12, 8, 0};  // bands 3..0, stride 16
+    for (int k = 0; k < 4; ++k) level[3 - k] = ownLevel(b, &sl[3 - k], kFrame / 16 - 2, kFrame / 16, 16, a16[k], 16);
+}
+
+// Stationarity counter and the averaged levels it is measured against.
+void ownUpdateControl(XvoVAD1State_GSMAMR* st, const int16_t* level) {
+    if (st->complexWarning != 0 && st->statCount < kCadMinStatCount) st->statCount = kCadMinStatCount;
+    if ((st->pitch & 0x6000) == 0x6000 || (st->tone & 0x7c00) == 0x7c00 || (st->vadreg & 0x7f80) == 0) {
+        st->statCount = kStatCount;
+    } else {
+        int16_t statRat = 0;
+        for (int i = 0; i < kBands; ++i) {
+            int16_t num = level[i] > st->aveLevel[i] ? level[i] : st->aveLevel[i];
+            int16_t den = level[i] > st->aveLevel[i] ? st->aveLevel[i] : level[i];
+            if (num < kStatThrLevel) num = kStatThrLevel;
+            if (den < kStatThrLevel) den = kStatThrLevel;
+            const int16_t e = norm_s(den);
+            statRat = add(statRat, shr(div_s(shr(num, 1), shl(den, e)), sub(8, e)));
+        }
+        if (statRat > kStatThr) st->statCount = kStatCount;
+        else if ((st->vadreg & 0x4000) != 0 && st->statCount != 0) st->statCount = sub(st->statCount, 1);
+    }
+    int16_t alpha = kAlpha4;
+    if (st->statCount == kStatCount) alpha = 32767;
+    else if ((st->vadreg & 0x4000) == 0) alpha = kAlpha5;
+    for (int i = 0; i < kBands; ++i) st->aveLevel[i] = add(st->aveLevel[i], mult_r(alpha, sub(level[i], st->aveLevel[i])));
+}
+
+// Background-noise update: fast while the signal looks like noise, slow or downwards only otherwise.
+void ownNoiseUpdate(XvoVAD1State_GSMAMR* st, const int16_t* level) {
+    ownUpdateControl(st, level);
+    int16_t up, down, bckrAdd = 2;
+    if ((st->vadreg & 0x7800) == 0 && (st->pitch & 0x7800) == 0 && st->complexHangCount == 0) {
+        up = kAlphaUp1, down = kAlphaDown1;
+    } else if (st->statCount == 0 && st->complexHangCount == 0) {
+        up = kAlphaUp2, down = kAlphaDown2;
+    } else {
+        up = 0, down = kAlpha3, bckrAdd = 0;
+    }
+    for (int i = 0; i < kBands; ++i) {
+        const int16_t t = sub(st->oldLevel[i], st->bckrEst[i]);
+        if (t < 0) {
+            st->bckrEst[i] = add(-2, add(st->bckrEst[i], mult_r(down, t)));
+            if (st->bckrEst[i] < kNoiseMin) st->bckrEst[i] = kNoiseMin;
+        } else {
+            st->bckrEst[i] = add(bckrAdd, add(st->bckrEst[i], mult_r(up, t)));
+            if (st->bckrEst[i] > kNoiseMax) st->bckrEst[i] = kNoiseMax;
+        }
+    }
+    for (int i = 0; i < kBands; ++i) st->oldLevel[i] = level[i];
+}
+
+int16_t ownHangover(XvoVAD1State_GSMAMR* st, int16_t noiseLevel, bool lowPower) {
+    const int16_t burstLen = noiseLevel > 100 ? 4 : 5, hangLen = noiseLevel > 100 ? 7 : 4;
+    if (lowPower) {
+        st->burstCount = st->hangCount = st->complexHangCount = st->complexHangTimer = 0;
+        return 0;
+    }
+    if (st->complexHangTimer > kCvadHangLimit && st->complexHangCount < kCvadHangLength)
+        st->complexHangCount = kCvadHangLength;
+    if (st->complexHangCount != 0) {
+        st->burstCount = 4;
+        st->complexHangCount = sub(st->complexHangCount, 1);
+        return 1;
+    }
+    if ((st->vadreg & 0x3ff0) == 0 && st->corrHpFast > kCvadInNoise) return 1;
+    if ((st->vadreg & 0x4000) != 0) {
+        st->burstCount = add(st->burstCount, 1);
+        if (st->burstCount >= burstLen) st->hangCount = hangLen;
+        return 1;
+    }
+    st->burstCount = 0;
+    if (st->hangCount > 0) {
+        st->hangCount = sub(st->hangCount, 1);
+        return 1;
+    }
+    return 0;
+}
+
+int16_t ownVAD1(XvoVAD1State_GSMAMR* st, const int16_t* speech) {
+    // Frame power over the 40 samples before the frame and its first 120.
+    int32_t pow = st->prevPower;
+    for (int i = 0; i < kFrame - 40; ++i) pow = L_mac(pow, speech[i], speech[i]);
+    int32_t tail = 0;
+    for (int i = kFrame - 40; i < kFrame; ++i) tail = L_mac(tail, speech[i], speech[i]);
+    st->prevPower = tail;
+    if (pow < kPowPitch) st->pitch = static_cast<int16_t>(st->pitch & 0x3fff);
+    if (pow < kPowComplex) st->complexLow = static_cast<int16_t>(st->complexLow & 0x3fff);
+
+    int16_t level[kBands];
+    ownFilterBank(st, speech, level);
+
+    // Decision: averaged per-band SNR against a threshold falling with the noise level.
+    int32_t acc = 0;
+    for (int i = 0; i < kBands; ++i) {
+        const int16_t e = norm_s(st->bckrEst[i]);
+        const int16_t q = shl(div_s(shr(level[i], 1), shl(st->bckrEst[i], e)), sub(e, 5));
+        acc = L_mac(acc, q, q);
+    }
+    const int16_t snrSum = mult(extract_h(L_shl(acc, 6)), kInvBands);
+    acc = 0;
+    for (int i = 0; i < kBands; ++i) acc = L_add(acc, st->bckrEst[i]);
+    const int16_t noiseLevel = extract_h(L_shl(acc, 13));
+    int16_t thr = add(mult(kVadSlope, noiseLevel), kVadThrHigh);
+    if (thr < kVadThrLow) thr = kVadThrLow;
+    st->vadreg = shr(st->vadreg, 1);
+    if (snrSum > thr) st->vadreg = static_cast<int16_t>(st->vadreg | 0x4000);
+    const bool lowPower = pow < kPowLow;
+
+    // High-pass correlation: adapts quickly towards the frame's best correlation.
+    int16_t alpha;
+    if (st->bestCorrHp < st->corrHpFast) alpha = st->corrHpFast < kCvadAdaptHigh ? kCvadFast : kCvadReallyFast;
+    else alpha = st->corrHpFast < kCvadAdaptHigh ? kCvadFast : kCvadSlow;
+    int32_t t = L_deposit_h(st->corrHpFast);
+    t = L_mac(L_msu(t, alpha, st->corrHpFast), alpha, st->bestCorrHp);
+    st->corrHpFast = round_fx(t);
+    if (st->corrHpFast < kCvadMinCorr || lowPower) st->corrHpFast = kCvadMinCorr;
+
+    st->complexHigh = shr(st->complexHigh, 1);
+    st->complexLow = shr(st->complexLow, 1);
+    if (!lowPower) {
+        if (st->corrHpFast > kCvadAdaptHigh) st->complexHigh = static_cast<int16_t>(st->complexHigh | 0x4000);
+        if (st->corrHpFast > kCvadAdaptLow) st->complexLow = static_cast<int16_t>(st->complexLow | 0x4000);
+    }
+    st->complexHangTimer = st->corrHpFast > kCvadHang ? add(st->complexHangTimer, 1) : int16_t{0};
+    st->complexWarning = (st->complexHigh & 0x7f80) == 0x7f80 || (st->complexLow & 0x7fff) == 0x7fff;
+
+    ownNoiseUpdate(st, level);
+    st->speechVadDecision = ownHangover(st, noiseLevel, lowPower);
+    return st->speechVadDecision;
+}
+
+}  // namespace
+}  // namespace xvo
+
+XVOSC_API XvoStatus xvosVAD1_GSMAMR_16s(const Xvo16s* pSrcSpch, XvoVAD1State_GSMAMR* pState, Xvo16s* pVadFlag,
+                                       Xvo16s bestCorrHp) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcSpch, pState, pVadFlag));
+    pState->bestCorrHp = bestCorrHp;
+    *pVadFlag = xvo::ownVAD1(pState, pSrcSpch);
+    return xvoStsOk;
+}
