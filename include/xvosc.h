@@ -1339,6 +1339,39 @@ XVOSC_API XvoStatus xvosLSFToLSP_GSMAMR_16s(const Xvo16s* pSrcLSF, Xvo16s* pDstL
 /* AMR-WB ISF quantisation, DTX buffers and open-loop pitch               */
 /* ======================================================================== */
 /* @section amrwb:begin */
+/*
+ * AMR-WB (3GPP TS 26.173) DTX histories. AMR-WB mode codes are XvoSpeechRate values 5 (6.6),
+ * 9 (8.85), 13 (12.65), 15 (14.25), 16 (15.85), 18 (18.25), 19 (19.85), 20 (23.05), 21 (23.85) and
+ * 25 (XVO_BITRATE_DTX); other codes give xvoStsRange.
+ */
+
+/** Encoder DTX history update, once per frame: advances the write index (7 wraps to 0), stores the
+ *  16 ISFs in that row and the frame's log energy per sample, 128 e + (f >> 8) - 1024 - offset (Q7),
+ *  where e, f are the exponent and fraction of log2 of the sum of squares of the 256 samples
+ *  (saturated at 2^31 - 1) and the offset depends on the mode: 230 (6.6), 179 (8.85), 141 (12.65),
+ *  128 (14.25), 122 (15.85), 115 (18.25 and above, and 25).
+ *  @param pSrcSpch           in: 256 samples (the encoder's excitation of the frame).
+ *  @param pSrcIsf            in: 16 quantised ISFs.
+ *  @param pUpdateIdx         in/out: the write index, 0..7.
+ *  @param pSrcDstIsfHist     in/out: 8 rows of 16 ISFs.
+ *  @param pSrcDstLogEnerHist in/out: 8 log energies (Q7).
+ *  @param mode               in: an AMR-WB mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsRange when the mode is not
+ *          accepted; xvoStsBadCodecParam when the index is outside 0..7; else xvoStsOk. A failing call
+ *          writes nothing. */
+XVOSC_API XvoStatus xvosEncDTXBuffer_AMRWB_16s(const Xvo16s* pSrcSpch, const Xvo16s* pSrcIsf, Xvo16s* pUpdateIdx,
+                                              Xvo16s* pSrcDstIsfHist, Xvo16s* pSrcDstLogEnerHist, XvoSpeechRate mode);
+
+/** Decoder DTX history update: as xvosEncDTXBuffer_AMRWB_16s with no mode offset.
+ *  @param pSrcSpch           in: 256 samples (the decoder's excitation of the frame).
+ *  @param pSrcIsf            in: 16 ISFs.
+ *  @param pUpdateIdx         in/out: the write index, 0..7.
+ *  @param pSrcDstIsfHist     in/out: 8 rows of 16 ISFs.
+ *  @param pSrcDstLogEnerHist in/out: 8 log energies (Q7).
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsBadCodecParam when the index
+ *          is outside 0..7; else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosDecDTXBuffer_AMRWB_16s(const Xvo16s* pSrcSpch, const Xvo16s* pSrcIsf, Xvo16s* pUpdateIdx,
+                                              Xvo16s* pSrcDstIsfHist, Xvo16s* pSrcDstLogEnerHist);
 /* @section amrwb:end */
 
 /* ======================================================================== */

@@ -199,6 +199,32 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                {0, 1, 2}, {}, {}};
     vad1.fuzzRange = {{0, {-32768, 32767}}};
     r.push_back(vad1);
+
+    // AMR-WB DTX histories: index 3, 8 x 16 ISFs, 8 energies.
+    const auto wbDtx = [](Call& c) {
+        c.random16(256, -20000, 20000);
+        c.random16(16, 0, 16000);
+        c.words({3});
+        c.random16(128);
+        c.random16(8);
+    };
+    r.push_back({"xvosEncDTXBuffer_AMRWB_16s",
+                 [wbDtx](Call& c) {
+                     wbDtx(c);
+                     c.integer(XVO_BITRATE_12650);
+                 },
+                 [](Call& c) {
+                     return xvosEncDTXBuffer_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                       c.p<Xvo16s>(4), XvoSpeechRate(c.i(0)));
+                 },
+                 {0, 1, 2, 3, 4}, {},
+                 {intIs(0, 12, xvoStsRange), wordIs(2, 8, xvoStsBadCodecParam, "index 8")}});
+    r.push_back({"xvosDecDTXBuffer_AMRWB_16s", wbDtx,
+                 [](Call& c) {
+                     return xvosDecDTXBuffer_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                       c.p<Xvo16s>(4));
+                 },
+                 {0, 1, 2, 3, 4}, {}, {wordIs(2, -1, xvoStsBadCodecParam, "index -1")}});
 }
 
 }  // namespace xvocontract

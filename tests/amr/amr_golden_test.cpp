@@ -1,4 +1,5 @@
-// GSM-AMR kernels against the golden vectors of the TS 26.073 reference:
+// GSM-AMR and AMR-WB kernels against the golden vectors of the TS 26.073 and
+// TS 26.173 references:
 // every line of every file, through the public calls.
 #include <gtest/gtest.h>
 
@@ -58,23 +59,33 @@ const Case kCases[] = {
                                                       r.s16("exc"), r.s16("frac"), r.s16("index"), r.s16("vec"),
                                                       static_cast<Xvo16s>(r.v("subframe")), XvoSpeechRate(r.v("mode")));
      }},
+    {"amrwb/xvosEncDTXBuffer_AMRWB_16s.txt", 700,
+     [](GoldenRow& r) {
+         return xvosEncDTXBuffer_AMRWB_16s(r.s16("speech"), r.s16("isf"), r.s16("index"), r.s16("isfHist"),
+                                           r.s16("logEnHist"), XvoSpeechRate(r.v("mode")));
+     }},
+    {"amrwb/xvosDecDTXBuffer_AMRWB_16s.txt", 690,
+     [](GoldenRow& r) {
+         return xvosDecDTXBuffer_AMRWB_16s(r.s16("speech"), r.s16("isf"), r.s16("index"), r.s16("isfHist"),
+                                           r.s16("logEnHist"));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }
 
-class GsmAmrGolden : public ::testing::TestWithParam<Case> {};
+class AmrGolden : public ::testing::TestWithParam<Case> {};
 
-TEST_P(GsmAmrGolden, EveryLine) {
+TEST_P(AmrGolden, EveryLine) {
     const Case& c = GetParam();
     if (!xvotest::findVector(std::string("golden/") + c.file) && !xvotest::vectorsRequired())
         GTEST_SKIP() << "SKIPPED: vector " << c.file << " not found under " << xvotest::vectorsDir();
     EXPECT_GE(replayGolden(c.file, c.call), c.minRows);
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, GsmAmrGolden, ::testing::ValuesIn(kCases), [](const auto& info) {
+INSTANTIATE_TEST_SUITE_P(Files, AmrGolden, ::testing::ValuesIn(kCases), [](const auto& info) {
     std::string n = info.param.file;
     n = n.substr(n.find("xvos") + 4);
-    return n.substr(0, n.find('_'));
+    return n.substr(0, n.find(".txt"));
 });
 
 }  // namespace
