@@ -1372,6 +1372,43 @@ XVOSC_API XvoStatus xvosEncDTXBuffer_AMRWB_16s(const Xvo16s* pSrcSpch, const Xvo
  *          is outside 0..7; else xvoStsOk. A failing call writes nothing. */
 XVOSC_API XvoStatus xvosDecDTXBuffer_AMRWB_16s(const Xvo16s* pSrcSpch, const Xvo16s* pSrcIsf, Xvo16s* pUpdateIdx,
                                               Xvo16s* pSrcDstIsfHist, Xvo16s* pSrcDstLogEnerHist);
+/** Decodes the 16 quantised ISFs of a frame (two-stage split VQ, MA prediction factor 1/3): the
+ *  46-bit layout (7 indices) for 8.85..23.85, the 36-bit layout (5 indices) for 6.6 and 25. A good
+ *  frame adds the addressed rows, the mean and the prediction, stores the residual as the new
+ *  memory, shifts the ISF history (entry 0 the new ISFs, before order enforcement). A bad frame
+ *  estimates ISF = (29491 prev + 3277 ref) >> 15 in one 32-bit sum, ref = (mean + h0 + h1 + h2 + 2) >> 2
+ *  over the history, refreshes the memory as (ISF - sat16(ref + mem/3)) >> 1 on the 16-bit wrapped
+ *  difference and leaves the history alone. Finally each of the first 15 ISFs is raised to at least
+ *  the previous one + 128 (the first to 128).
+ *  @param pSrcIdxs         in: 7 indices (46-bit) or 5 (36-bit), stage 1 then stage 2 in ISF order;
+ *                          bits above each codebook's size are ignored.
+ *  @param pDstQntIsf       out: 16 ISFs (0..16384 for 0..6400 Hz; the 16th at half scale).
+ *  @param pSrcDstResidual  in/out: 16 values, the past quantised residual.
+ *  @param pSrcPrevQntIsf   in: the previous frame's 16 ISFs (read on a bad frame only).
+ *  @param pSrcDstIsfMemory in/out: the ISF history, 3 x 16, most recent first.
+ *  @param bfi              in: non-zero for a bad (lost) frame.
+ *  @param mode             in: an AMR-WB mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null (indices, ISF, residual; then previous ISF, history);
+ *          xvoStsRange when the mode is not accepted; else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosISFQuantDecode_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf, Xvo16s* pSrcDstResidual,
+                                                const Xvo16s* pSrcPrevQntIsf, Xvo16s* pSrcDstIsfMemory, Xvo32s bfi,
+                                                XvoSpeechRate mode);
+
+/** Silence-descriptor ISF quantiser: subtracts the SID mean, searches the five single-stage codebooks
+ *  (2 x 64, 3 x 64, 3 x 64, 4 x 32, 4 x 32) each for the smallest squared error (the first of equal
+ *  errors), and decodes the result as xvosISFQuantDecodeDTX_AMRWB_16s does.
+ *  @param pSrcIsf    in: 16 ISFs.
+ *  @param pDstQntIsf out: 16 quantised ISFs.
+ *  @param pDstIdxs   out: 5 indices (6+6+6+5+5 bits).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosISFQuantDTX_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pDstQntIsf, Xvo16s* pDstIdxs);
+
+/** Silence-descriptor ISF decoder: the addressed rows plus the SID mean, then the first 15 values
+ *  spread to at least 128 apart.
+ *  @param pSrcIdxs   in: 5 indices; bits above each codebook's size are ignored.
+ *  @param pDstQntIsf out: 16 ISFs.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosISFQuantDecodeDTX_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf);
 /* @section amrwb:end */
 
 /* ======================================================================== */

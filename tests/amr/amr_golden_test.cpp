@@ -69,6 +69,15 @@ const Case kCases[] = {
          return xvosDecDTXBuffer_AMRWB_16s(r.s16("speech"), r.s16("isf"), r.s16("index"), r.s16("isfHist"),
                                            r.s16("logEnHist"));
      }},
+    {"amrwb/xvosISFQuantDecode_AMRWB_16s.txt", 1500,
+     [](GoldenRow& r) {
+         return xvosISFQuantDecode_AMRWB_16s(r.s16("indices"), r.s16("isfq"), r.s16("mem"), r.s16("prevIsf"), r.s16("hist"),
+                                             r.v("bfi"), XvoSpeechRate(r.v("mode")));
+     }},
+    {"amrwb/xvosISFQuantDTX_AMRWB_16s.txt", 470,
+     [](GoldenRow& r) { return xvosISFQuantDTX_AMRWB_16s(r.s16("isf"), r.s16("isfq"), r.s16("indices")); }},
+    {"amrwb/xvosISFQuantDecodeDTX_AMRWB_16s.txt", 630,
+     [](GoldenRow& r) { return xvosISFQuantDecodeDTX_AMRWB_16s(r.s16("indices"), r.s16("isfq")); }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

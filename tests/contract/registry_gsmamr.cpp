@@ -225,6 +225,38 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                                                        c.p<Xvo16s>(4));
                  },
                  {0, 1, 2, 3, 4}, {}, {wordIs(2, -1, xvoStsBadCodecParam, "index -1")}});
+
+    Entry isfDec{"xvosISFQuantDecode_AMRWB_16s",
+                 [](Call& c) {
+                     c.words({12, 200, 30, 77, 100, 9, 20});
+                     c.buffer(16 * sizeof(Xvo16s));
+                     c.random16(16, -500, 500);
+                     c.random16(16, 0, 16000);
+                     c.random16(48, 0, 16000);
+                     c.integer(0);
+                     c.integer(XVO_BITRATE_12650);
+                 },
+                 [](Call& c) {
+                     return xvosISFQuantDecode_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                         c.p<Xvo16s>(4), c.i(0), XvoSpeechRate(c.i(1)));
+                 },
+                 {0, 1, 2, 3, 4}, {}, {intIs(1, 12, xvoStsRange), intIs(1, 2, xvoStsRange)}};
+    isfDec.fuzzRange = {{0, {0, 1}}, {1, {-1, 26}}};
+    r.push_back(isfDec);
+    r.push_back({"xvosISFQuantDTX_AMRWB_16s",
+                 [](Call& c) {
+                     c.random16(16, 0, 16000);
+                     c.buffer(16 * sizeof(Xvo16s));
+                     c.buffer(5 * sizeof(Xvo16s));
+                 },
+                 [](Call& c) { return xvosISFQuantDTX_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2)); },
+                 {0, 1, 2}, {}, {}});
+    r.push_back({"xvosISFQuantDecodeDTX_AMRWB_16s",
+                 [](Call& c) {
+                     c.words({3, 40, 63, 0, 31});
+                     c.buffer(16 * sizeof(Xvo16s));
+                 },
+                 [](Call& c) { return xvosISFQuantDecodeDTX_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}});
 }
 
 }  // namespace xvocontract

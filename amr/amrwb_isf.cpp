@@ -1,0 +1,150 @@
+// AMR-WB ISF decoding (TS 26.173 qpisf_2s.c: two-stage split VQ with MA
+// prediction, 46-bit and 36-bit layouts, lost-frame estimate) and the
+// silence-descriptor ISF quantiser and decoder (qisf_ns.c).
+#include <algorithm>
+
+#include "amr/amrwb_tables.h"
+#include "core/check.h"
+#include "core/fixed.h"
+#include "xvosc.h"
+
+namespace xvo {
+namespace {
+
+using namespace fx;
+using namespace amrwb;
+
+constexpr int kM = 16;
+constexpr int16_t kIsfGap = 128;  // minimum distance between successive ISFs (50 Hz)
+constexpr int16_t kMu = 10923;    // MA prediction factor (1/3)
+
+/// 0 for the 46-bit layout, 1 for the 36-bit one (6.6 and the SID code), -1 when not an AMR-WB mode.
+int ownIsfLayout(int mode) {
+    switch (mode) {
+        case XVO_BITRATE_6600:
+        case XVO_BITRATE_DTX: return 1;
+        case XVO_BITRATE_8850:
+        case XVO_BITRATE_12650:
+        case XVO_BITRATE_14250:
+        case XVO_BITRATE_15850:
+        case XVO_BITRATE_18250:
+        case XVO_BITRATE_19850:
+        case XVO_BITRATE_23050:
+        case XVO_BITRATE_23850: return 0;
+        default: return -1;
+    }
+}
+
+/// Raises each of the first 15 ISFs to at least the previous one + 128 (the first to 128).
+void ownReorderIsf(int16_t* isf) {
+    int16_t lo = kIsfGap;
+    for (int i = 0; i < kM - 1; ++i) {
+        if (isf[i] < lo) isf[i] = lo;
+        lo = add(isf[i], kIsfGap);
+    }
+}
+
+/// Adds row `index` (masked to the codebook) of a `rows` x `dim` codebook to out[0..dim-1].
+void ownAddRow(int16_t* out, const int16_t* cb, int rows, int dim, int index) {
+    const int16_t* r = cb + (index & (rows - 1)) * dim;
+    for (int j = 0; j < dim; ++j) out[j] = add(out[j], r[j]);
+}
+
+/// Index of the row nearest to x (squared error, first of equal minima); x takes that row.
+int ownSubVQ(int16_t* x, const int16_t* cb, int dim, int rows) {
+    int32_t best = MAX_32;
+    int index = 0;
+    for (int i = 0; i < rows; ++i) {
+        int32_t d = 0;
+        for (int j = 0; j < dim; ++j) {
+            const int16_t t = sub(x[j], cb[i * dim + j]);
+            d = L_mac(d, t, t);
+        }
+        if (d < best) best = d, index = i;
+    }
+    std::copy(cb + index * dim, cb + (index + 1) * dim, x);
+    return index;
+}
+
+void ownDecodeIsfNoise(const int16_t* idx, int16_t* isf) {
+    std::fill(isf, isf + kM, int16_t{0});
+    ownAddRow(isf, kDico1IsfNoise, 64, 2, idx[0]);
+    ownAddRow(isf + 2, kDico2IsfNoise, 64, 3, idx[1]);
+    ownAddRow(isf + 5, kDico3IsfNoise, 64, 3, idx[2]);
+    ownAddRow(isf + 8, kDico4IsfNoise, 32, 4, idx[3]);
+    ownAddRow(isf + 12, kDico5IsfNoise, 32, 4, idx[4]);
+    for (int i = 0; i < kM; ++i) isf[i] = add(isf[i], kMeanIsfNoise[i]);
+    ownReorderIsf(isf);
+}
+
+}  // namespace
+}  // namespace xvo
+
+using namespace xvo;
+
+XVOSC_API XvoStatus xvosISFQuantDecode_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf, Xvo16s* pSrcDstResidual,
+                                                const Xvo16s* pSrcPrevQntIsf, Xvo16s* pSrcDstIsfMemory, Xvo32s bfi,
+                                                XvoSpeechRate mode) {
+    XVO_CHECK(ownCheckPtrs(pSrcIdxs, pDstQntIsf, pSrcDstResidual));
+    XVO_CHECK(ownCheckPtrs(pSrcPrevQntIsf, pSrcDstIsfMemory));
+    const int layout = ownIsfLayout(mode);
+    XVO_RETURN_IF(layout < 0, xvoStsRange);
+    int16_t isf[kM];
+    int16_t* mem = pSrcDstResidual;
+    int16_t* hist = pSrcDstIsfMemory;
+    if (bfi == 0) {
+        int16_t q[kM] = {};
+        ownAddRow(q, kDico1Isf, 256, 9, pSrcIdxs[0]);
+        ownAddRow(q + 9, kDico2Isf, 256, 7, pSrcIdxs[1]);
+        if (layout == 0) {
+            ownAddRow(q, kDico21Isf, 64, 3, pSrcIdxs[2]);
+            ownAddRow(q + 3, kDico22Isf, 128, 3, pSrcIdxs[3]);
+            ownAddRow(q + 6, kDico23Isf, 128, 3, pSrcIdxs[4]);
+            ownAddRow(q + 9, kDico24Isf, 32, 3, pSrcIdxs[5]);
+            ownAddRow(q + 12, kDico25Isf, 32, 4, pSrcIdxs[6]);
+        } else {
+            ownAddRow(q, kDico21Isf36b, 128, 5, pSrcIdxs[2]);
+            ownAddRow(q + 5, kDico22Isf36b, 128, 4, pSrcIdxs[3]);
+            ownAddRow(q + 9, kDico23Isf36b, 64, 7, pSrcIdxs[4]);
+        }
+        for (int i = 0; i < kM; ++i) {
+            isf[i] = add(add(q[i], kMeanIsf[i]), mult(kMu, mem[i]));
+            mem[i] = q[i];
+        }
+        // The history keeps the ISFs before the order is enforced, most recent first.
+        std::copy_backward(hist, hist + 2 * kM, hist + 3 * kM);
+        std::copy(isf, isf + kM, hist);
+    } else {
+        // Lost frame: 0.9 of the previous ISFs and 0.1 of the mean of the history and the ISF mean.
+        for (int i = 0; i < kM; ++i) {
+            const int32_t sum = int32_t(kMeanIsf[i]) + hist[i] + hist[kM + i] + hist[2 * kM + i];
+            const int16_t ref = static_cast<int16_t>((sum + 2) >> 2);
+            isf[i] = static_cast<int16_t>((29491 * int32_t(pSrcPrevQntIsf[i]) + 3277 * int32_t(ref)) >> 15);
+            const int16_t pred = add(ref, mult(mem[i], kMu));
+            mem[i] = static_cast<int16_t>(static_cast<int16_t>(static_cast<uint16_t>(isf[i] - pred)) >> 1);
+        }
+    }
+    ownReorderIsf(isf);
+    std::copy(isf, isf + kM, pDstQntIsf);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosISFQuantDTX_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pDstQntIsf, Xvo16s* pDstIdxs) {
+    XVO_CHECK(ownCheckPtrs(pSrcIsf, pDstQntIsf, pDstIdxs));
+    int16_t r[kM], idx[5];
+    for (int i = 0; i < kM; ++i) r[i] = sub(pSrcIsf[i], kMeanIsfNoise[i]);
+    idx[0] = static_cast<int16_t>(ownSubVQ(r, kDico1IsfNoise, 2, 64));
+    idx[1] = static_cast<int16_t>(ownSubVQ(r + 2, kDico2IsfNoise, 3, 64));
+    idx[2] = static_cast<int16_t>(ownSubVQ(r + 5, kDico3IsfNoise, 3, 64));
+    idx[3] = static_cast<int16_t>(ownSubVQ(r + 8, kDico4IsfNoise, 4, 32));
+    idx[4] = static_cast<int16_t>(ownSubVQ(r + 12, kDico5IsfNoise, 4, 32));
+    ownDecodeIsfNoise(idx, pDstQntIsf);
+    std::copy(idx, idx + 5, pDstIdxs);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosISFQuantDecodeDTX_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf) {
+    XVO_CHECK(ownCheckPtrs(pSrcIdxs, pDstQntIsf));
+    ownDecodeIsfNoise(pSrcIdxs, pDstQntIsf);
+    return xvoStsOk;
+}

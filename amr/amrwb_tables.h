@@ -1,0 +1,26 @@
+// AMR-WB ISF codebooks (TS 26.173).
+#pragma once
+
+#include <cstdint>
+
+namespace xvo::amrwb {
+
+extern const int16_t kMeanIsf[16];  // ISF mean (mean_isf)
+extern const int16_t kDico1Isf[2304];  // stage 1, ISF 1-9, 256 x 9 (dico1_isf)
+extern const int16_t kDico2Isf[1792];  // stage 1, ISF 10-16, 256 x 7 (dico2_isf)
+extern const int16_t kDico21Isf[192];  // 46-bit stage 2, 64 x 3 (dico21_isf)
+extern const int16_t kDico22Isf[384];  // 46-bit stage 2, 128 x 3 (dico22_isf)
+extern const int16_t kDico23Isf[384];  // 46-bit stage 2, 128 x 3 (dico23_isf)
+extern const int16_t kDico24Isf[96];  // 46-bit stage 2, 32 x 3 (dico24_isf)
+extern const int16_t kDico25Isf[128];  // 46-bit stage 2, 32 x 4 (dico25_isf)
+extern const int16_t kDico21Isf36b[640];  // 36-bit stage 2, 128 x 5 (dico21_isf_36b)
+extern const int16_t kDico22Isf36b[512];  // 36-bit stage 2, 128 x 4 (dico22_isf_36b)
+extern const int16_t kDico23Isf36b[448];  // 36-bit stage 2, 64 x 7 (dico23_isf_36b)
+extern const int16_t kMeanIsfNoise[16];  // silence-descriptor ISF mean (mean_isf_noise)
+extern const int16_t kDico1IsfNoise[128];  // SID, 64 x 2 (dico1_isf_noise)
+extern const int16_t kDico2IsfNoise[192];  // SID, 64 x 3 (dico2_isf_noise)
+extern const int16_t kDico3IsfNoise[192];  // SID, 64 x 3 (dico3_isf_noise)
+extern const int16_t kDico4IsfNoise[128];  // SID, 32 x 4 (dico4_isf_noise)
+extern const int16_t kDico5IsfNoise[128];  // SID, 32 x 4 (dico5_isf_noise)
+
+}  // namespace xvo::amrwb
