@@ -66,6 +66,89 @@ int ownSubVQ(int16_t* x, const int16_t* cb, int dim, int rows) {
     return index;
 }
 
+/// Good-frame ISF decoding without the history: rows + mean + prediction; the residual becomes the memory.
+void ownDecodeIsf2s(const int16_t* idx, int layout, int16_t* mem, int16_t* isf) {
+    int16_t q[kM] = {};
+    ownAddRow(q, kDico1Isf, 256, 9, idx[0]);
+    ownAddRow(q + 9, kDico2Isf, 256, 7, idx[1]);
+    if (layout == 0) {
+        ownAddRow(q, kDico21Isf, 64, 3, idx[2]);
+        ownAddRow(q + 3, kDico22Isf, 128, 3, idx[3]);
+        ownAddRow(q + 6, kDico23Isf, 128, 3, idx[4]);
+        ownAddRow(q + 9, kDico24Isf, 32, 3, idx[5]);
+        ownAddRow(q + 12, kDico25Isf, 32, 4, idx[6]);
+    } else {
+        ownAddRow(q, kDico21Isf36b, 128, 5, idx[2]);
+        ownAddRow(q + 5, kDico22Isf36b, 128, 4, idx[3]);
+        ownAddRow(q + 9, kDico23Isf36b, 64, 7, idx[4]);
+    }
+    for (int i = 0; i < kM; ++i) {
+        isf[i] = add(add(q[i], kMeanIsf[i]), mult(kMu, mem[i]));
+        mem[i] = q[i];
+    }
+}
+
+/// The `surv` rows of a stage-1 codebook nearest to x, nearest first (earlier rows win ties).
+void ownStage1(const int16_t* x, const int16_t* cb, int dim, int rows, int* best, int surv) {
+    int32_t dmin[4];
+    for (int k = 0; k < surv; ++k) dmin[k] = MAX_32, best[k] = k;
+    for (int i = 0; i < rows; ++i) {
+        int32_t d = 0;
+        for (int j = 0; j < dim; ++j) {
+            const int16_t t = sub(x[j], cb[i * dim + j]);
+            d = L_mac(d, t, t);
+        }
+        for (int k = 0; k < surv; ++k) {
+            if (d < dmin[k]) {
+                for (int l = surv - 1; l > k; --l) dmin[l] = dmin[l - 1], best[l] = best[l - 1];
+                dmin[k] = d, best[k] = i;
+                break;
+            }
+        }
+    }
+}
+
+struct Split {
+    const int16_t* cb;
+    int dim, rows;
+};
+
+/// Stage 2 of one stage-1 part: for each of the 4 survivors, the nearest row of every split of
+/// the residual; the survivor with the smallest summed error wins. Writes the stage-1 index and
+/// the split indices.
+void ownTwoStage(const int16_t* x, const int16_t* cb1, int dim1, const Split* splits, int nSplits, int16_t* idx1,
+                 int16_t* idx2) {
+    int surv[4];
+    ownStage1(x, cb1, dim1, 256, surv, 4);
+    int32_t dist = MAX_32;
+    *idx1 = static_cast<int16_t>(surv[0]);
+    for (int k = 0; k < 4; ++k) {
+        int16_t r[9];
+        for (int i = 0; i < dim1; ++i) r[i] = sub(x[i], cb1[surv[k] * dim1 + i]);
+        int32_t total = 0;
+        int16_t tmp[3];
+        for (int s = 0, off = 0; s < nSplits; off += splits[s].dim, ++s) {
+            int32_t err = MAX_32;
+            int index = 0;
+            for (int i = 0; i < splits[s].rows; ++i) {
+                int32_t d = 0;
+                for (int j = 0; j < splits[s].dim; ++j) {
+                    const int16_t t = sub(r[off + j], splits[s].cb[i * splits[s].dim + j]);
+                    d = L_mac(d, t, t);
+                }
+                if (d < err) err = d, index = i;
+            }
+            tmp[s] = static_cast<int16_t>(index);
+            total = L_add(total, err);
+        }
+        if (total < dist) {
+            dist = total;
+            *idx1 = static_cast<int16_t>(surv[k]);
+            std::copy(tmp, tmp + nSplits, idx2);
+        }
+    }
+}
+
 void ownDecodeIsfNoise(const int16_t* idx, int16_t* isf) {
     std::fill(isf, isf + kM, int16_t{0});
     ownAddRow(isf, kDico1IsfNoise, 64, 2, idx[0]);
@@ -93,24 +176,7 @@ XVOSC_API XvoStatus xvosISFQuantDecode_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s*
     int16_t* mem = pSrcDstResidual;
     int16_t* hist = pSrcDstIsfMemory;
     if (bfi == 0) {
-        int16_t q[kM] = {};
-        ownAddRow(q, kDico1Isf, 256, 9, pSrcIdxs[0]);
-        ownAddRow(q + 9, kDico2Isf, 256, 7, pSrcIdxs[1]);
-        if (layout == 0) {
-            ownAddRow(q, kDico21Isf, 64, 3, pSrcIdxs[2]);
-            ownAddRow(q + 3, kDico22Isf, 128, 3, pSrcIdxs[3]);
-            ownAddRow(q + 6, kDico23Isf, 128, 3, pSrcIdxs[4]);
-            ownAddRow(q + 9, kDico24Isf, 32, 3, pSrcIdxs[5]);
-            ownAddRow(q + 12, kDico25Isf, 32, 4, pSrcIdxs[6]);
-        } else {
-            ownAddRow(q, kDico21Isf36b, 128, 5, pSrcIdxs[2]);
-            ownAddRow(q + 5, kDico22Isf36b, 128, 4, pSrcIdxs[3]);
-            ownAddRow(q + 9, kDico23Isf36b, 64, 7, pSrcIdxs[4]);
-        }
-        for (int i = 0; i < kM; ++i) {
-            isf[i] = add(add(q[i], kMeanIsf[i]), mult(kMu, mem[i]));
-            mem[i] = q[i];
-        }
+        ownDecodeIsf2s(pSrcIdxs, layout, mem, isf);
         // The history keeps the ISFs before the order is enforced, most recent first.
         std::copy_backward(hist, hist + 2 * kM, hist + 3 * kM);
         std::copy(isf, isf + kM, hist);
@@ -146,5 +212,33 @@ XVOSC_API XvoStatus xvosISFQuantDTX_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pDs
 XVOSC_API XvoStatus xvosISFQuantDecodeDTX_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf) {
     XVO_CHECK(ownCheckPtrs(pSrcIdxs, pDstQntIsf));
     ownDecodeIsfNoise(pSrcIdxs, pDstQntIsf);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosISFQuant_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pSrcDstResidual, Xvo16s* pDstQntIsf,
+                                          Xvo16s* pDstIdxs, XvoSpeechRate mode) {
+    XVO_CHECK(ownCheckPtrs(pSrcIsf, pSrcDstResidual, pDstQntIsf, pDstIdxs));
+    const int layout = ownIsfLayout(mode);
+    XVO_RETURN_IF(layout < 0, xvoStsRange);
+    // Residual after the mean and the MA prediction.
+    int16_t x[kM];
+    for (int i = 0; i < kM; ++i) x[i] = sub(sub(pSrcIsf[i], kMeanIsf[i]), mult(kMu, pSrcDstResidual[i]));
+    int16_t idx[7] = {};
+    if (layout == 0) {
+        const Split s1[3] = {{kDico21Isf, 3, 64}, {kDico22Isf, 3, 128}, {kDico23Isf, 3, 128}};
+        const Split s2[2] = {{kDico24Isf, 3, 32}, {kDico25Isf, 4, 32}};
+        ownTwoStage(x, kDico1Isf, 9, s1, 3, &idx[0], &idx[2]);
+        ownTwoStage(x + 9, kDico2Isf, 7, s2, 2, &idx[1], &idx[5]);
+    } else {
+        const Split s1[2] = {{kDico21Isf36b, 5, 128}, {kDico22Isf36b, 4, 128}};
+        const Split s2[1] = {{kDico23Isf36b, 7, 64}};
+        ownTwoStage(x, kDico1Isf, 9, s1, 2, &idx[0], &idx[2]);
+        ownTwoStage(x + 9, kDico2Isf, 7, s2, 1, &idx[1], &idx[4]);
+    }
+    int16_t isf[kM];
+    ownDecodeIsf2s(idx, layout, pSrcDstResidual, isf);
+    ownReorderIsf(isf);
+    std::copy(isf, isf + kM, pDstQntIsf);
+    std::copy(idx, idx + (layout == 0 ? 7 : 5), pDstIdxs);
     return xvoStsOk;
 }

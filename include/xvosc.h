@@ -1409,6 +1409,20 @@ XVOSC_API XvoStatus xvosISFQuantDTX_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pDs
  *  @param pDstQntIsf out: 16 ISFs.
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosISFQuantDecodeDTX_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf);
+/** Active-speech ISF quantiser (two-stage split VQ with MA prediction, factor 1/3): the residual
+ *  isf - mean - mem/3; for each stage-1 part (ISF 1-9, 10-16) the 4 nearest rows survive and the one
+ *  whose stage-2 splits (46-bit: 3+3+3 and 3+4; 36-bit for 6.6 and 25: 5+4 and 7) give the smallest
+ *  summed squared error wins (earlier rows win ties); then decoded as by xvosISFQuantDecode_AMRWB_16s
+ *  on a good frame (without the history) with the order enforced.
+ *  @param pSrcIsf         in: 16 ISFs.
+ *  @param pSrcDstResidual in/out: 16 values, the past quantised residual.
+ *  @param pDstQntIsf      out: 16 quantised ISFs.
+ *  @param pDstIdxs        out: 7 indices (46-bit) or 5 (36-bit): stage 1, then stage 2 in ISF order.
+ *  @param mode            in: an AMR-WB mode code or 25.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsRange when the mode is not
+ *          accepted; else xvoStsOk. */
+XVOSC_API XvoStatus xvosISFQuant_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pSrcDstResidual, Xvo16s* pDstQntIsf,
+                                          Xvo16s* pDstIdxs, XvoSpeechRate mode);
 /* @section amrwb:end */
 
 /* ======================================================================== */

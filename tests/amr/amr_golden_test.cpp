@@ -78,6 +78,11 @@ const Case kCases[] = {
      [](GoldenRow& r) { return xvosISFQuantDTX_AMRWB_16s(r.s16("isf"), r.s16("isfq"), r.s16("indices")); }},
     {"amrwb/xvosISFQuantDecodeDTX_AMRWB_16s.txt", 630,
      [](GoldenRow& r) { return xvosISFQuantDecodeDTX_AMRWB_16s(r.s16("indices"), r.s16("isfq")); }},
+    {"amrwb/xvosISFQuant_AMRWB_16s.txt", 1300,
+     [](GoldenRow& r) {
+         return xvosISFQuant_AMRWB_16s(r.s16("isf"), r.s16("mem"), r.s16("isfq"), r.s16("indices"),
+                                       XvoSpeechRate(r.v("mode")));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

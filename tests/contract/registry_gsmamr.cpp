@@ -257,6 +257,22 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                      c.buffer(16 * sizeof(Xvo16s));
                  },
                  [](Call& c) { return xvosISFQuantDecodeDTX_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}});
+
+    Entry isfQ{"xvosISFQuant_AMRWB_16s",
+               [](Call& c) {
+                   c.words({400, 900, 1800, 2900, 3900, 5000, 6000, 7000, 8000, 9000, 10000, 11000, 12000, 13000, 14000, 4000});
+                   c.random16(16, -500, 500);
+                   c.buffer(16 * sizeof(Xvo16s));
+                   c.buffer(7 * sizeof(Xvo16s));
+                   c.integer(XVO_BITRATE_23850);
+               },
+               [](Call& c) {
+                   return xvosISFQuant_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                 XvoSpeechRate(c.i(0)));
+               },
+               {0, 1, 2, 3}, {}, {intIs(0, 12, xvoStsRange)}};
+    isfQ.fuzzRange = {{0, {-1, 26}}};
+    r.push_back(isfQ);
 }
 
 }  // namespace xvocontract
