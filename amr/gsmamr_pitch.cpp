@@ -294,8 +294,9 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_GSMAMR_16s(const Xvo16s* pSrcTarg
         ownRange(prev, p.frcLow, p.frcRange, p.pitMin, t0Min, t0Max);
 
     int16_t* exc = pSrcDstExcitation + 154;
-    int16_t corrV[40];
-    int16_t* corr = corrV - (t0Min - kInterSrch);
+    // Indexed by lag directly (only t0Min-4..t0Max+4 is written and read), so no pointer ever
+    // points outside the array.
+    int16_t corr[kGsmAmrPitMax + kInterSrch + 1];
     ownNormCorr(exc, pSrcTarget, pSrcImpulseResponse, t0Min - kInterSrch, t0Max + kInterSrch, corr);
 
     int lag = t0Min;
