@@ -3,6 +3,7 @@
 // silence-descriptor ISF quantiser and decoder (qisf_ns.c).
 #include <algorithm>
 
+#include "amr/amrwb_isf.h"
 #include "amr/amrwb_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
@@ -66,17 +67,19 @@ int ownSubVQ(int16_t* x, const int16_t* cb, int dim, int rows) {
     return index;
 }
 
-/// Good-frame ISF decoding without the history: rows + mean + prediction; the residual becomes the memory.
-void ownDecodeIsf2s(const int16_t* idx, int layout, int16_t* mem, int16_t* isf) {
+/// Good-frame ISF decoding without the history: rows + mean + prediction; the residual becomes the
+/// memory. A set bit k of `lossMask` (46-bit layout only) leaves out the stage-2 row of split k, so
+/// that split keeps its stage-1 row alone (AMR-WB+ frames whose second stage was lost).
+void ownDecodeIsf2s(const int16_t* idx, int layout, int16_t* mem, int16_t* isf, int lossMask = 0) {
     int16_t q[kM] = {};
     ownAddRow(q, kDico1Isf, 256, 9, idx[0]);
     ownAddRow(q + 9, kDico2Isf, 256, 7, idx[1]);
     if (layout == 0) {
-        ownAddRow(q, kDico21Isf, 64, 3, idx[2]);
-        ownAddRow(q + 3, kDico22Isf, 128, 3, idx[3]);
-        ownAddRow(q + 6, kDico23Isf, 128, 3, idx[4]);
-        ownAddRow(q + 9, kDico24Isf, 32, 3, idx[5]);
-        ownAddRow(q + 12, kDico25Isf, 32, 4, idx[6]);
+        if (!(lossMask & 1)) ownAddRow(q, kDico21Isf, 64, 3, idx[2]);
+        if (!(lossMask & 2)) ownAddRow(q + 3, kDico22Isf, 128, 3, idx[3]);
+        if (!(lossMask & 4)) ownAddRow(q + 6, kDico23Isf, 128, 3, idx[4]);
+        if (!(lossMask & 8)) ownAddRow(q + 9, kDico24Isf, 32, 3, idx[5]);
+        if (!(lossMask & 16)) ownAddRow(q + 12, kDico25Isf, 32, 4, idx[6]);
     } else {
         ownAddRow(q, kDico21Isf36b, 128, 5, idx[2]);
         ownAddRow(q + 5, kDico22Isf36b, 128, 4, idx[3]);
@@ -161,6 +164,32 @@ void ownDecodeIsfNoise(const int16_t* idx, int16_t* isf) {
 }
 
 }  // namespace
+
+namespace amrwb {
+
+void ownDecodeIsfFrame(const int16_t* idx, int layout, int lossMask, int16_t* out, int16_t* mem, const int16_t* prev,
+                       int16_t* hist, bool bad) {
+    int16_t isf[kM];
+    if (!bad) {
+        ownDecodeIsf2s(idx, layout, mem, isf, lossMask);
+        // The history keeps the ISFs before the order is enforced, most recent first.
+        std::copy_backward(hist, hist + 2 * kM, hist + 3 * kM);
+        std::copy(isf, isf + kM, hist);
+    } else {
+        // Lost frame: 0.9 of the previous ISFs and 0.1 of the mean of the history and the ISF mean.
+        for (int i = 0; i < kM; ++i) {
+            const int32_t sum = int32_t(kMeanIsf[i]) + hist[i] + hist[kM + i] + hist[2 * kM + i];
+            const int16_t ref = static_cast<int16_t>((sum + 2) >> 2);
+            isf[i] = static_cast<int16_t>((29491 * int32_t(prev[i]) + 3277 * int32_t(ref)) >> 15);
+            const int16_t pred = add(ref, mult(mem[i], kMu));
+            mem[i] = asr16(sub_wrap(isf[i], pred), 1);
+        }
+    }
+    ownReorderIsf(isf);
+    std::copy(isf, isf + kM, out);
+}
+
+}  // namespace amrwb
 }  // namespace xvo
 
 using namespace xvo;
@@ -172,26 +201,7 @@ XVOSC_API XvoStatus xvosISFQuantDecode_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo16s*
     XVO_CHECK(ownCheckPtrs(pSrcPrevQntIsf, pSrcDstIsfMemory));
     const int layout = ownIsfLayout(mode);
     XVO_RETURN_IF(layout < 0, xvoStsRange);
-    int16_t isf[kM];
-    int16_t* mem = pSrcDstResidual;
-    int16_t* hist = pSrcDstIsfMemory;
-    if (bfi == 0) {
-        ownDecodeIsf2s(pSrcIdxs, layout, mem, isf);
-        // The history keeps the ISFs before the order is enforced, most recent first.
-        std::copy_backward(hist, hist + 2 * kM, hist + 3 * kM);
-        std::copy(isf, isf + kM, hist);
-    } else {
-        // Lost frame: 0.9 of the previous ISFs and 0.1 of the mean of the history and the ISF mean.
-        for (int i = 0; i < kM; ++i) {
-            const int32_t sum = int32_t(kMeanIsf[i]) + hist[i] + hist[kM + i] + hist[2 * kM + i];
-            const int16_t ref = static_cast<int16_t>((sum + 2) >> 2);
-            isf[i] = static_cast<int16_t>((29491 * int32_t(pSrcPrevQntIsf[i]) + 3277 * int32_t(ref)) >> 15);
-            const int16_t pred = add(ref, mult(mem[i], kMu));
-            mem[i] = static_cast<int16_t>(static_cast<int16_t>(static_cast<uint16_t>(isf[i] - pred)) >> 1);
-        }
-    }
-    ownReorderIsf(isf);
-    std::copy(isf, isf + kM, pDstQntIsf);
+    ownDecodeIsfFrame(pSrcIdxs, layout, 0, pDstQntIsf, pSrcDstResidual, pSrcPrevQntIsf, pSrcDstIsfMemory, bfi != 0);
     return xvoStsOk;
 }
 

@@ -23,4 +23,13 @@ extern const int16_t kDico3IsfNoise[192];  // SID, 64 x 3 (dico3_isf_noise)
 extern const int16_t kDico4IsfNoise[128];  // SID, 32 x 4 (dico4_isf_noise)
 extern const int16_t kDico5IsfNoise[128];  // SID, 32 x 4 (dico5_isf_noise)
 
+extern const int16_t kCosIsp[129];  // cos(x) in Q15 on a 129-point grid over 0..pi (isp_isf table)
+extern const int16_t kSlopeIsp[128];  // acos slope between grid points, Q11 (isp_isf slope)
+extern const int16_t kMeanIsfHfLow[8];  // AMR-WB+ high-band ISF mean, low-rate set (Mean_isf_hf_low_rate)
+extern const int16_t kDico1IsfHfLow[32];  // AMR-WB+ high-band first codebook 4 x 8, low-rate set
+extern const int16_t kMeanIsfHf12k8[8];  // AMR-WB+ high-band ISF mean, 12.8 kHz set (Mean_isf_hf_12k8)
+extern const int16_t kDico1IsfHf12k8[32];  // AMR-WB+ high-band first codebook 4 x 8, 12.8 kHz set
+extern const int16_t kDico2IsfHf[1024];  // AMR-WB+ high-band second codebook 128 x 8 (Dico2_isf_hf)
+extern const int16_t kCorrWeight[199];  // open-loop pitch lag weighting, Q14 (corrweight)
+
 }  // namespace xvo::amrwb

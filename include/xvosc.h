@@ -1423,6 +1423,105 @@ XVOSC_API XvoStatus xvosISFQuantDecodeDTX_AMRWB_16s(const Xvo16s* pSrcIdxs, Xvo1
  *          accepted; else xvoStsOk. */
 XVOSC_API XvoStatus xvosISFQuant_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pSrcDstResidual, Xvo16s* pDstQntIsf,
                                           Xvo16s* pDstIdxs, XvoSpeechRate mode);
+/** ISP to normalised ISF conversion: for i from len-1 down to 0, a grid index (starting at 127 for
+ *  the last two values, otherwise continuing from the previous value's) walks down the 129-point
+ *  cosine grid while the grid value is below isp[i]; isf[i] = (((isp[i] - cos[ind]) slope[ind] +
+ *  1024) >> 11) + 128 ind with the reference's saturating operators; finally the last value is
+ *  halved (arithmetic shift). In-place operation (pSrcIsp == pDstIsf) is allowed.
+ *  @param pSrcIsp in: len ISPs, Q15.
+ *  @param pDstIsf out: len ISFs (0..16384 for 0..6400 Hz; the last one at half scale).
+ *  @param len     in: number of values, at least 1 (16 in AMR-WB).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len < 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosISPToISF_Norm_AMRWB_16s(const Xvo16s* pSrcIsp, Xvo16s* pDstIsf, Xvo32s len);
+
+/** AMR-WB+ low-band ISF decoder: xvosISFQuantDecode_AMRWB_16s with the 46-bit layout and a loss
+ *  mask in place of the mode. On a good frame, bit 0 of the mask leaves out the stage-2 row of
+ *  ISF 1-3, bit 1 of ISF 4-6, bit 2 of ISF 7-9, bit 3 of ISF 10-12 and bit 4 of ISF 13-16: those
+ *  values keep their stage-1 row alone (the residual stored as memory is then that row). Higher bits
+ *  are ignored. A bad frame (bfi non-zero) is concealed exactly as by the AMR-WB decoder.
+ *  @param pSrcIdxs         in: 7 indices; bits above each codebook's size are ignored.
+ *  @param pDstQntIsf       out: 16 quantised ISFs.
+ *  @param pSrcDstResidual  in/out: 16 values, the past quantised residual.
+ *  @param pSrcPrevQntIsf   in: 16 ISFs of the previous frame (read on a bad frame only).
+ *  @param pSrcDstIsfMemory in/out: 3 x 16 ISF history, most recent first.
+ *  @param bfi              in: non-zero for a bad frame.
+ *  @param lossMask         in: the lost stage-2 splits, bits 0..4.
+ *  @return xvoStsNullPtr when a pointer is null (indices, ISF, memory first; then previous ISF and
+ *          history); else xvoStsOk. */
+XVOSC_API XvoStatus xvosISFQuantDecode_AMRWBE_16s(const Xvo16s* pSrcIdxs, Xvo16s* pDstQntIsf, Xvo16s* pSrcDstResidual,
+                                                 const Xvo16s* pSrcPrevQntIsf, Xvo16s* pSrcDstIsfMemory, Xvo32s bfi,
+                                                 Xvo32s lossMask);
+
+/** AMR-WB+ high-band ISF decoder (8 values, AR prediction factor 0.5). Good frame: ISF[i] =
+ *  row1[i] + row2[i] + mean[i] + ((mem[i] 16384 + 16384) >> 15), each addition saturated, where
+ *  row1 is row idx[0] of the 4 x 8 first codebook and row2 row idx[1] of the 128 x 8 second one
+ *  (indices taken modulo 4 and 128). Bad frame: ISF[i] = ((mem[i] 29491 + 16384) >> 15) + mean[i],
+ *  saturated. Then the first value is raised to at least 461 and values 2..7 to at least the previous
+ *  + 461 (the 8th is left), and mem[i] = ISF[i] - mean[i], saturated.
+ *  @param pSrcIdxs      in: 2 indices (read on a good frame only).
+ *  @param pSrcDstMemory in/out: 8 values, the past quantised high-band ISFs minus the mean.
+ *  @param pDstQntIsf    out: 8 high-band ISFs.
+ *  @param bfi           in: non-zero for a bad frame.
+ *  @param tableSet      in: 0 selects the low-rate mean and first codebook, non-zero the 12.8 kHz set.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
+XVOSC_API XvoStatus xvosISFQuantDecodeHighBand_AMRWBE_16s(const Xvo16s* pSrcIdxs, Xvo16s* pSrcDstMemory,
+                                                         Xvo16s* pDstQntIsf, Xvo32s bfi, Xvo32s tableSet);
+
+/** AMR-WB open-loop pitch search for one half frame (one frame at 6.6 kbit/s) of the weighted speech
+ *  decimated to 6.4 kHz, with the updates the encoder makes after it, in this order:
+ *  1. the correlation sum_j wsp[j] wsp[j-T] for T = 115 down to 18, weighted by the lag weighting
+ *     table and, when the median lag is positive and the weighting flag set, by the table centred on
+ *     the median lag; the lag of the largest (the shorter of equal ones) is the result;
+ *  2. the normalised correlation at that lag of the 180 Hz high-passed signal (history and filter
+ *     memory carried by the caller), the gain;
+ *  3. if gain > 19661 (0.6): the lag enters the 5-lag history (newest first), the median lag becomes
+ *     the median of the history and the adaptive weight 32767; otherwise the weight is multiplied by
+ *     29491 (0.9); the weighting flag becomes 1 while the weight is at least 26214 (0.8), else 0;
+ *  4. the tone register is shifted right once and bit 14 set when gain > 21298 (0.65).
+ *  @param pSrcWgtSpch         in: 115 past samples then len current ones (decimated weighted speech).
+ *  @param pDstLag             out: the open-loop lag at 6.4 kHz (the 12.8 kHz lag is twice it).
+ *  @param pDstGain            out: the normalised correlation, Q15.
+ *  @param pSrcDstMedianLag    in/out: the median of the reliable lags (0 before the first).
+ *  @param pSrcDstLagHist      in/out: the last 5 reliable lags, newest first.
+ *  @param pSrcDstAdaptWeight  in/out: the adaptive weight, Q15.
+ *  @param pSrcDstWeightFlag   in/out: 1 while the weighting around the median lag is used.
+ *  @param pSrcDstHpMem        in/out: 9 values of high-pass filter memory.
+ *  @param pSrcDstHpWspHist    in/out: the last 115 high-passed samples.
+ *  @param pSrcDstTone         in/out: the VAD's tone register.
+ *  @param len                 in: 64 (half frame) or 128 (6.6 kbit/s whole frame).
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsSize when len is neither;
+ *          xvoStsRange when the weighting is on and the median lag is outside 15..116 (the weighting
+ *          table would be read outside); else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosOpenLoopPitchSearch_AMRWB_16s(const Xvo16s* pSrcWgtSpch, Xvo16s* pDstLag, Xvo16s* pDstGain,
+                                                     Xvo16s* pSrcDstMedianLag, Xvo16s* pSrcDstLagHist,
+                                                     Xvo16s* pSrcDstAdaptWeight, Xvo16s* pSrcDstWeightFlag,
+                                                     Xvo16s* pSrcDstHpMem, Xvo16s* pSrcDstHpWspHist, Xvo16s* pSrcDstTone,
+                                                     Xvo32s len);
+
+/** AMR-WB+ open-loop pitch search: steps 1-3 of xvosOpenLoopPitchSearch_AMRWB_16s (no tone register)
+ *  over lags maxLag down to minLag + 1, for the lag range of the AMR-WB+ internal sampling rate
+ *  (at 12.8 kHz: minLag 18, maxLag 115).
+ *  @param pSrcWgtSpch         in: maxLag past samples then len current ones.
+ *  @param pDstLag             out: the open-loop lag (decimated rate).
+ *  @param pDstGain            out: the normalised correlation, Q15.
+ *  @param pSrcDstMedianLag    in/out: as for AMR-WB.
+ *  @param pSrcDstLagHist      in/out: 5 lags, newest first.
+ *  @param pSrcDstAdaptWeight  in/out: the adaptive weight, Q15.
+ *  @param pSrcDstWeightFlag   in/out: the weighting flag.
+ *  @param pSrcDstHpMem        in/out: 9 values of high-pass filter memory.
+ *  @param pSrcDstHpWspHist    in/out: the last maxLag high-passed samples.
+ *  @param minLag              in: the lag below the shortest searched, at least 1.
+ *  @param maxLag              in: the longest lag searched, minLag < maxLag <= 256, maxLag - minLag <= 198.
+ *  @param len                 in: current samples, 1..256.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsSize when len is outside
+ *          1..256; xvoStsRange when the lag range is not accepted, or the weighting is on and the
+ *          median lag is outside maxLag - 100 .. minLag + 99; else xvoStsOk. A failing call writes
+ *          nothing. */
+XVOSC_API XvoStatus xvosOpenLoopPitchSearch_AMRWBE_16s(const Xvo16s* pSrcWgtSpch, Xvo16s* pDstLag, Xvo16s* pDstGain,
+                                                      Xvo16s* pSrcDstMedianLag, Xvo16s* pSrcDstLagHist,
+                                                      Xvo16s* pSrcDstAdaptWeight, Xvo16s* pSrcDstWeightFlag,
+                                                      Xvo16s* pSrcDstHpMem, Xvo16s* pSrcDstHpWspHist, Xvo32s minLag,
+                                                      Xvo32s maxLag, Xvo32s len);
 /* @section amrwb:end */
 
 /* ======================================================================== */

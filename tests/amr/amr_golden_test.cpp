@@ -83,6 +83,14 @@ const Case kCases[] = {
          return xvosISFQuant_AMRWB_16s(r.s16("isf"), r.s16("mem"), r.s16("isfq"), r.s16("indices"),
                                        XvoSpeechRate(r.v("mode")));
      }},
+    {"amrwb/xvosISPToISF_Norm_AMRWB_16s.txt", 870,
+     [](GoldenRow& r) { return xvosISPToISF_Norm_AMRWB_16s(r.s16("isp"), r.s16("isf"), r.v("len")); }},
+    {"amrwb/xvosOpenLoopPitchSearch_AMRWB_16s.txt", 800,
+     [](GoldenRow& r) {
+         return xvosOpenLoopPitchSearch_AMRWB_16s(r.s16("wsp"), r.s16("lag"), r.s16("gain"), r.s16("oldMedianLag"),
+                                                  r.s16("lagHist"), r.s16("adaptWeight"), r.s16("weightFlag"),
+                                                  r.s16("hpMem"), r.s16("hpWspHist"), r.s16("tone"), r.v("len"));
+     }},
 };
 
 void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }

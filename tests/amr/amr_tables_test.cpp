@@ -36,7 +36,11 @@ TEST(AmrTables, SizesSumsAndSpotValues) {
         {"dico23_isf_36b", kDico23Isf36b, -237, 81, -109},     {"mean_isf_noise", kMeanIsfNoise, 111821, 478, 3803},
         {"dico1_isf_noise", kDico1IsfNoise, 28274, -269, 1123}, {"dico2_isf_noise", kDico2IsfNoise, 14156, -824, 1063},
         {"dico3_isf_noise", kDico3IsfNoise, 54961, -805, 1876}, {"dico4_isf_noise", kDico4IsfNoise, 59928, -776, 1513},
-        {"dico5_isf_noise", kDico5IsfNoise, 84238, -810, 326},
+        {"dico5_isf_noise", kDico5IsfNoise, 84238, -810, 326},  {"isp_isf cos", kCosIsp, -1, 32767, -32768},
+        {"isp_isf slope", kSlopeIsp, -168582, -26214, -26214},   {"corrweight", kCorrWeight, 2518854, 10772, 10728},
+        {"mean_isf_hf_low", kMeanIsfHfLow, 71706, 5631, 3212},   {"dico1_isf_hf_low", kDico1IsfHfLow, -155, 109, -78},
+        {"mean_isf_hf_12k8", kMeanIsfHf12k8, 64144, 2481, 3960}, {"dico1_isf_hf_12k8", kDico1IsfHf12k8, -2762, 450, 409},
+        {"dico2_isf_hf", kDico2IsfHf, -7035, -2927, 195},
     };
     for (const auto& r : rows) {
         EXPECT_EQ(std::accumulate(r.t.begin(), r.t.end(), 0L), r.sum) << r.name;

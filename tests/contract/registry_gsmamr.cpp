@@ -273,6 +273,87 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                {0, 1, 2, 3}, {}, {intIs(0, 12, xvoStsRange)}};
     isfQ.fuzzRange = {{0, {-1, 26}}};
     r.push_back(isfQ);
+
+    r.push_back({"xvosISPToISF_Norm_AMRWB_16s",
+                 [](Call& c) {
+                     c.words({32138, 30274, 27246, 23170, 18205, 12540, 6393, 0, -6393, -12540, -18205, -23170, -27246,
+                              -30274, -32138, 1475});
+                     c.buffer(16 * sizeof(Xvo16s));
+                     c.integer(16);
+                 },
+                 [](Call& c) { return xvosISPToISF_Norm_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.i(0)); }, {0, 1},
+                 {0}, {}});
+    Entry isfDecE{"xvosISFQuantDecode_AMRWBE_16s", isfDec.setup,
+                  [](Call& c) {
+                      return xvosISFQuantDecode_AMRWBE_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2),
+                                                           c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.i(0), c.i(1));
+                  },
+                  {0, 1, 2, 3, 4}, {}, {}};
+    isfDecE.fuzzRange = {{0, {0, 1}}, {1, {-1, 40}}};
+    r.push_back(isfDecE);
+    Entry isfHf{"xvosISFQuantDecodeHighBand_AMRWBE_16s",
+                [](Call& c) {
+                    c.words({3, 127});
+                    c.random16(8, -800, 800);
+                    c.buffer(8 * sizeof(Xvo16s));
+                    c.integer(0);
+                    c.integer(1);
+                },
+                [](Call& c) {
+                    return xvosISFQuantDecodeHighBand_AMRWBE_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.i(0),
+                                                                 c.i(1));
+                },
+                {0, 1, 2}, {}, {}};
+    isfHf.fuzzRange = {{0, {0, 1}}, {1, {0, 1}}};
+    r.push_back(isfHf);
+
+    // Open-loop pitch: speech, lag, gain, median 40 with weighting on, lag history, weight, flag,
+    // filter memory, high-passed history, tone.
+    auto olSetup = [](int hist) {
+        return [hist](Call& c) {
+            c.random16(hist + 128, -8000, 8000);
+            c.buffer(sizeof(Xvo16s));
+            c.buffer(sizeof(Xvo16s));
+            c.words({40});
+            c.words({40, 41, 39, 40, 42});
+            c.words({30000});
+            c.words({1});
+            c.words(std::vector<int16_t>(9, 0));
+            c.random16(hist, -8000, 8000);
+            c.words({0x2000});
+        };
+    };
+    r.push_back({"xvosOpenLoopPitchSearch_AMRWB_16s",
+                 [olSetup](Call& c) {
+                     olSetup(115)(c);
+                     c.integer(128);
+                 },
+                 [](Call& c) {
+                     return xvosOpenLoopPitchSearch_AMRWB_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2),
+                                                              c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5),
+                                                              c.p<Xvo16s>(6), c.p<Xvo16s>(7), c.p<Xvo16s>(8),
+                                                              c.p<Xvo16s>(9), c.i(0));
+                 },
+                 {0, 1, 2, 3, 4, 5, 6, 7, 8, 9}, {0},
+                 {intIs(0, 100, xvoStsSize), wordIs(3, 117, xvoStsRange, "median 117 with weighting")}});
+    Entry olE{"xvosOpenLoopPitchSearch_AMRWBE_16s",
+              [olSetup](Call& c) {
+                  olSetup(130)(c);
+                  c.integer(20);
+                  c.integer(130);
+                  c.integer(64);
+              },
+              [](Call& c) {
+                  return xvosOpenLoopPitchSearch_AMRWBE_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2),
+                                                            c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5),
+                                                            c.p<Xvo16s>(6), c.p<Xvo16s>(7), c.p<Xvo16s>(8), c.i(0),
+                                                            c.i(1), c.i(2));
+              },
+              {0, 1, 2, 3, 4, 5, 6, 7, 8}, {2},
+              {intIs(2, 257, xvoStsSize), intIs(1, 20, xvoStsRange), intIs(1, 257, xvoStsRange),
+               intIs(0, 0, xvoStsRange), wordIs(3, 29, xvoStsRange, "median 29 with weighting")}};
+    olE.fuzzRange = {{0, {1, 20}}, {1, {21, 130}}};
+    r.push_back(olE);
 }
 
 }  // namespace xvocontract
