@@ -92,19 +92,18 @@ void ownDecodeIsf2s(const int16_t* idx, int layout, int16_t* mem, int16_t* isf, 
 }
 
 /// The `surv` rows of a stage-1 codebook nearest to x, nearest first (earlier rows win ties).
-void ownStage1(const int16_t* x, const int16_t* cb, int dim, int rows, int* best, int surv) {
+void ownStage1(const int16_t* x, const OwnVqPairs& cb, int dim, int* best, int surv) {
+    uint32_t xp[5];
+    ownPackPairs(x, dim, xp);
+    int32_t d[256];
+    ownAmrwbKernels().vqDist(xp, cb, d);
     int32_t dmin[4];
     for (int k = 0; k < surv; ++k) dmin[k] = MAX_32, best[k] = k;
-    for (int i = 0; i < rows; ++i) {
-        int32_t d = 0;
-        for (int j = 0; j < dim; ++j) {
-            const int16_t t = sub(x[j], cb[i * dim + j]);
-            d = L_mac(d, t, t);
-        }
+    for (int i = 0; i < cb.rows; ++i) {
         for (int k = 0; k < surv; ++k) {
-            if (d < dmin[k]) {
+            if (d[i] < dmin[k]) {
                 for (int l = surv - 1; l > k; --l) dmin[l] = dmin[l - 1], best[l] = best[l - 1];
-                dmin[k] = d, best[k] = i;
+                dmin[k] = d[i], best[k] = i;
                 break;
             }
         }
@@ -112,37 +111,35 @@ void ownStage1(const int16_t* x, const int16_t* cb, int dim, int rows, int* best
 }
 
 struct Split {
-    const int16_t* cb;
-    int dim, rows;
+    const OwnVqPairs& cb;
+    int dim;
 };
 
 /// Stage 2 of one stage-1 part: for each of the 4 survivors, the nearest row of every split of
-/// the residual; the survivor with the smallest summed error wins. Writes the stage-1 index and
-/// the split indices.
-void ownTwoStage(const int16_t* x, const int16_t* cb1, int dim1, const Split* splits, int nSplits, int16_t* idx1,
-                 int16_t* idx2) {
+/// the residual (the first of equal distances); the survivor with the smallest summed error wins.
+/// Writes the stage-1 index and the split indices.
+void ownTwoStage(const int16_t* x, const int16_t* cb1, const OwnVqPairs& cb1p, int dim1, const Split* splits,
+                 int nSplits, int16_t* idx1, int16_t* idx2) {
     int surv[4];
-    ownStage1(x, cb1, dim1, 256, surv, 4);
+    ownStage1(x, cb1p, dim1, surv, 4);
     int32_t dist = MAX_32;
     *idx1 = static_cast<int16_t>(surv[0]);
+    const OwnVqDistFn vqDist = ownAmrwbKernels().vqDist;
     for (int k = 0; k < 4; ++k) {
         int16_t r[9];
         for (int i = 0; i < dim1; ++i) r[i] = sub(x[i], cb1[surv[k] * dim1 + i]);
         int32_t total = 0;
         int16_t tmp[3];
         for (int s = 0, off = 0; s < nSplits; off += splits[s].dim, ++s) {
-            int32_t err = MAX_32;
+            uint32_t rp[4];
+            ownPackPairs(r + off, splits[s].dim, rp);
+            int32_t d[128];
+            vqDist(rp, splits[s].cb, d);
             int index = 0;
-            for (int i = 0; i < splits[s].rows; ++i) {
-                int32_t d = 0;
-                for (int j = 0; j < splits[s].dim; ++j) {
-                    const int16_t t = sub(r[off + j], splits[s].cb[i * splits[s].dim + j]);
-                    d = L_mac(d, t, t);
-                }
-                if (d < err) err = d, index = i;
-            }
+            for (int i = 1; i < splits[s].cb.rows; ++i)
+                if (d[i] < d[index]) index = i;
             tmp[s] = static_cast<int16_t>(index);
-            total = L_add(total, err);
+            total = L_add(total, d[index]);
         }
         if (total < dist) {
             dist = total;
@@ -235,15 +232,15 @@ XVOSC_API XvoStatus xvosISFQuant_AMRWB_16s(const Xvo16s* pSrcIsf, Xvo16s* pSrcDs
     for (int i = 0; i < kM; ++i) x[i] = sub(sub(pSrcIsf[i], kMeanIsf[i]), mult(kMu, pSrcDstResidual[i]));
     int16_t idx[7] = {};
     if (layout == 0) {
-        const Split s1[3] = {{kDico21Isf, 3, 64}, {kDico22Isf, 3, 128}, {kDico23Isf, 3, 128}};
-        const Split s2[2] = {{kDico24Isf, 3, 32}, {kDico25Isf, 4, 32}};
-        ownTwoStage(x, kDico1Isf, 9, s1, 3, &idx[0], &idx[2]);
-        ownTwoStage(x + 9, kDico2Isf, 7, s2, 2, &idx[1], &idx[5]);
+        const Split s1[3] = {{kDico21IsfP, 3}, {kDico22IsfP, 3}, {kDico23IsfP, 3}};
+        const Split s2[2] = {{kDico24IsfP, 3}, {kDico25IsfP, 4}};
+        ownTwoStage(x, kDico1Isf, kDico1IsfP, 9, s1, 3, &idx[0], &idx[2]);
+        ownTwoStage(x + 9, kDico2Isf, kDico2IsfP, 7, s2, 2, &idx[1], &idx[5]);
     } else {
-        const Split s1[2] = {{kDico21Isf36b, 5, 128}, {kDico22Isf36b, 4, 128}};
-        const Split s2[1] = {{kDico23Isf36b, 7, 64}};
-        ownTwoStage(x, kDico1Isf, 9, s1, 2, &idx[0], &idx[2]);
-        ownTwoStage(x + 9, kDico2Isf, 7, s2, 1, &idx[1], &idx[4]);
+        const Split s1[2] = {{kDico21Isf36bP, 5}, {kDico22Isf36bP, 4}};
+        const Split s2[1] = {{kDico23Isf36bP, 7}};
+        ownTwoStage(x, kDico1Isf, kDico1IsfP, 9, s1, 2, &idx[0], &idx[2]);
+        ownTwoStage(x + 9, kDico2Isf, kDico2IsfP, 7, s2, 1, &idx[1], &idx[4]);
     }
     int16_t isf[kM];
     ownDecodeIsf2s(idx, layout, pSrcDstResidual, isf);

@@ -3,7 +3,9 @@
 // weighted correlation maximum, its normalised correlation on a 180 Hz high-passed copy, the
 // median of the last five reliable lags, the adaptive weighting switch and the tone register.
 #include <algorithm>
+#include <cstdlib>
 
+#include "amr/amrwb_simd.h"
 #include "amr/amrwb_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
@@ -75,11 +77,18 @@ int16_t ownOpenLoopPitch(const int16_t* wsp, int lmin, int lmax, int len, const 
     const int l0 = *st.medianLag;
     const bool weighted = l0 > 0 && *st.weightFlag > 0;
     int iw = 198, ie = 98 + lmax - l0;  // lag weighting, and weighting around the previous median
+    // The correlations of every lag: when 2 len max|wsp|^2 stays below 2^31 no partial sum can
+    // saturate and the vector kernel's plain sums are the reference's; otherwise the scalar form.
+    int peak = 0;
+    for (int k = -lmax; k < len; ++k) peak = std::max(peak, std::abs(int(wsp[k])));
+    const bool exact = 2 * int64_t(len) * peak * peak < (int64_t(1) << 31);
+    const auto& kernels = exact ? amrwb::ownAmrwbKernels() : amrwb::ownAmrwbKernelsFor(OwnCpuLevel::Scalar);
+    int32_t corr[kMaxLag];
+    kernels.olCorr(wsp, lmin, lmax, len, corr);
     int32_t best = MIN_32;
     int tm = 0;
     for (int i = lmax; i > lmin; --i) {
-        int32_t r = 0;
-        for (int j = 0; j < len; ++j) r = L_mac(r, wsp[j], wsp[j - i]);
+        int32_t r = corr[lmax - i];
         int16_t hi, lo;
         L_Extract(r, hi, lo);
         r = Mpy_32_16(hi, lo, amrwb::kCorrWeight[iw--]);

@@ -591,4 +591,41 @@ constexpr int16_t kCorrWeight[199] = {
     10862, 10839, 10816, 10794, 10772, 10750, 10728,
 };
 
+namespace {
+
+template <int Rows, int Dim>
+struct Pairs {
+    alignas(32) uint32_t v[(Dim + 1) / 2 * Rows];
+};
+
+/// The codebook cb (Rows x Dim, row-major) by column pairs.
+template <int Rows, int Dim>
+constexpr Pairs<Rows, Dim> ownPairs(const int16_t (&cb)[Rows * Dim]) {
+    Pairs<Rows, Dim> p{};
+    for (int q = 0; q < (Dim + 1) / 2; ++q)
+        for (int i = 0; i < Rows; ++i) {
+            const uint32_t lo = static_cast<uint16_t>(cb[i * Dim + 2 * q]);
+            const uint32_t hi = 2 * q + 1 < Dim ? static_cast<uint16_t>(cb[i * Dim + 2 * q + 1]) : 0u;
+            p.v[q * Rows + i] = lo | hi << 16;
+        }
+    return p;
+}
+
+constexpr auto kP1 = ownPairs<256, 9>(kDico1Isf);
+constexpr auto kP2 = ownPairs<256, 7>(kDico2Isf);
+constexpr auto kP21 = ownPairs<64, 3>(kDico21Isf);
+constexpr auto kP22 = ownPairs<128, 3>(kDico22Isf);
+constexpr auto kP23 = ownPairs<128, 3>(kDico23Isf);
+constexpr auto kP24 = ownPairs<32, 3>(kDico24Isf);
+constexpr auto kP25 = ownPairs<32, 4>(kDico25Isf);
+constexpr auto kP21b = ownPairs<128, 5>(kDico21Isf36b);
+constexpr auto kP22b = ownPairs<128, 4>(kDico22Isf36b);
+constexpr auto kP23b = ownPairs<64, 7>(kDico23Isf36b);
+
+}  // namespace
+
+const OwnVqPairs kDico1IsfP{kP1.v, 5, 256}, kDico2IsfP{kP2.v, 4, 256}, kDico21IsfP{kP21.v, 2, 64},
+    kDico22IsfP{kP22.v, 2, 128}, kDico23IsfP{kP23.v, 2, 128}, kDico24IsfP{kP24.v, 2, 32}, kDico25IsfP{kP25.v, 2, 32},
+    kDico21Isf36bP{kP21b.v, 3, 128}, kDico22Isf36bP{kP22b.v, 2, 128}, kDico23Isf36bP{kP23b.v, 4, 64};
+
 }  // namespace xvo::amrwb

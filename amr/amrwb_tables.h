@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "amr/amrwb_simd.h"
+
 namespace xvo::amrwb {
 
 extern const int16_t kMeanIsf[16];  // ISF mean (mean_isf)
@@ -31,5 +33,9 @@ extern const int16_t kMeanIsfHf12k8[8];  // AMR-WB+ high-band ISF mean, 12.8 kHz
 extern const int16_t kDico1IsfHf12k8[32];  // AMR-WB+ high-band first codebook 4 x 8, 12.8 kHz set
 extern const int16_t kDico2IsfHf[1024];  // AMR-WB+ high-band second codebook 128 x 8 (Dico2_isf_hf)
 extern const int16_t kCorrWeight[199];  // open-loop pitch lag weighting, Q14 (corrweight)
+
+// The ISF codebooks by column pairs for the vector distance searches (see OwnVqPairs).
+extern const OwnVqPairs kDico1IsfP, kDico2IsfP, kDico21IsfP, kDico22IsfP, kDico23IsfP, kDico24IsfP, kDico25IsfP,
+    kDico21Isf36bP, kDico22Isf36bP, kDico23Isf36bP;
 
 }  // namespace xvo::amrwb
