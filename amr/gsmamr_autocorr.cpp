@@ -3,6 +3,7 @@
 #include "amr/gsmamr_common.h"
 #include "amr/gsmamr_tables.h"
 #include "core/check.h"
+#include "core/generic_kernels.h"
 #include "core/fixed.h"
 #include "g729/lsp.h"
 #include "xvosc.h"
@@ -18,24 +19,21 @@ constexpr int kOrder = 10;
 /// r[0..10] of the windowed signal: r[0] = 2 sum y^2 + 1 normalised to 0x40000000..0x7fffffff
 /// (whole 32 bits), r[1..10] with the same shift, lag-windowed (bit 0 of each dropped).
 /// While the energy saturates, the windowed signal is divided by 4 and summed again.
+/// The sums are the core kernels' exact ones: a saturating sum of squares reaches MAX_32 exactly
+/// when 2 sum y^2 does, and once it does not, every lagged sum is smaller in magnitude
+/// (2|ab| <= a^2 + b^2), so no lagged partial sum saturates either.
 void ownAutoCorrAmr(const int16_t* x, const int16_t* win, int32_t* r) {
     int16_t y[kWindow];
     for (int i = 0; i < kWindow; ++i) y[i] = mult_r(x[i], win[i]);
-    int32_t sum;
-    for (;;) {
-        sum = 0;
-        for (int i = 0; i < kWindow; ++i) sum = L_mac(sum, y[i], y[i]);
-        if (sum != MAX_32) break;
-        for (int i = 0; i < kWindow; ++i) y[i] = shr(y[i], 2);
-    }
-    sum = L_add(sum, 1);
+    const auto& k = generic::ownGenericKernels();
+    int64_t energy;
+    while ((energy = 2 * k.energy(y, kWindow)) >= MAX_32) k.shift(y, y, kWindow, -2);
+    const int32_t sum = static_cast<int32_t>(energy) + 1;
     const int16_t norm = norm_l(sum);
     r[0] = L_shl(sum, norm);
-    for (int k = 1; k <= kOrder; ++k) {
-        int32_t s = 0;
-        for (int j = 0; j < kWindow - k; ++j) s = L_mac(s, y[j], y[j + k]);
-        r[k] = L_shl(s, norm);
-    }
+    int64_t lag[kOrder + 1];
+    k.xcorrTrunc(y, y, kWindow, kOrder + 1, lag);
+    for (int i = 1; i <= kOrder; ++i) r[i] = L_shl(static_cast<int32_t>(2 * lag[i]), norm);
     g729::ownLagWindow_32s(r + 1, kOrder);
 }
 
