@@ -2,12 +2,15 @@
 // decoding of the pitch lag index (TS 26.073 pred_lt.c, dec_lag3.c, dec_lag6.c
 // and the pitch part of dec_amr.c).
 #include "amr/gsmamr_pitch.h"
+#include "amr/gsmamr_simd.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "amr/gsmamr_common.h"
 #include "core/check.h"
 #include "core/fixed.h"
+#include "core/generic_kernels.h"
 #include "g729/gain.h"
 #include "xvosc.h"
 
@@ -104,11 +107,20 @@ void ownRange(int t, int low, int range, int pitMin, int& t0Min, int& t0Max) {
 /// previous one; it is kept at a quarter scale when its first energy passes 2^26.
 void ownNormCorr(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int tMax, int16_t* corr) {
     int16_t excf[kGsmAmrSubframe];
-    int k = -tMin;
-    for (int n = 0; n < kGsmAmrSubframe; ++n) {
-        int32_t s = 0;
-        for (int i = 0; i <= n; ++i) s = L_mac(s, exc[k + i], h[n - i]);
-        excf[n] = extract_h(L_shl(s, 3));
+    const int k = -tMin;
+    // The first lag's filtered excitation: exact convolution sums when no partial sum can leave
+    // 32 bits (4 Eexc Eh below (2^31 - 1)^2), else the saturating operator form.
+    const auto& g = generic::ownGenericKernels();
+    if (generic::ownFits32(4 * g.energy(exc + k, kGsmAmrSubframe), g.energy(h, kGsmAmrSubframe))) {
+        int64_t c[kGsmAmrSubframe];
+        g.conv40(exc + k, h, 0, kGsmAmrSubframe, c);
+        for (int n = 0; n < kGsmAmrSubframe; ++n) excf[n] = extract_h(L_shl(static_cast<int32_t>(2 * c[n]), 3));
+    } else {
+        for (int n = 0; n < kGsmAmrSubframe; ++n) {
+            int32_t s = 0;
+            for (int i = 0; i <= n; ++i) s = L_mac(s, exc[k + i], h[n - i]);
+            excf[n] = extract_h(L_shl(s, 3));
+        }
     }
     int32_t e = 0;
     for (int j = 0; j < kGsmAmrSubframe; ++j) e = L_mac(e, excf[j], excf[j]);
@@ -117,21 +129,14 @@ void ownNormCorr(const int16_t* exc, const int16_t* xn, const int16_t* h, int tM
         for (int16_t& v : excf) v = shr(v, 2);
         hFac = 1, scaling = 2;
     }
-    for (int t = tMin; t <= tMax; ++t) {
-        int32_t s = 0;
-        for (int j = 0; j < kGsmAmrSubframe; ++j) s = L_mac(s, excf[j], excf[j]);
+    int32_t energy[kGsmAmrPitMax + 1], dot[kGsmAmrPitMax + 1];
+    const int nLags = tMax - tMin + 1;
+    gsmamr::ownGsmAmrKernels().acbLags(exc, xn, h, tMin, nLags, hFac, scaling, excf, energy, dot);
+    for (int n = 0; n < nLags; ++n) {
         int16_t normH, normL, corrH, corrL;
-        L_Extract(g729::ownInvSqrt_G729(s), normH, normL);
-        s = 0;
-        for (int j = 0; j < kGsmAmrSubframe; ++j) s = L_mac(s, xn[j], excf[j]);
-        L_Extract(s, corrH, corrL);
-        corr[t] = extract_h(L_shl(Mpy_32(corrH, corrL, normH, normL), 16));
-        if (t != tMax) {
-            --k;
-            for (int j = kGsmAmrSubframe - 1; j > 0; --j)
-                excf[j] = add(extract_h(L_shl(L_mult(exc[k], h[j]), hFac)), excf[j - 1]);
-            excf[0] = shr(exc[k], scaling);
-        }
+        L_Extract(g729::ownInvSqrt_G729(energy[n]), normH, normL);
+        L_Extract(dot[n], corrH, corrL);
+        corr[tMin + n] = extract_h(L_shl(Mpy_32(corrH, corrL, normH, normL), 16));
     }
 }
 
@@ -203,7 +208,28 @@ void ownPredLt3or6_16s(int16_t* exc, int t0, int frac, bool flag3) {
     }
     const int16_t* c1 = kInter6 + frac;
     const int16_t* c2 = kInter6 + (kUpSamp - frac);
-    for (int j = 0; j < kGsmAmrSubframe; ++j) {
+    // The interpolation is one 20-tap correlation: w holds the taps of the samples x0[j-9..j+10].
+    int16_t w[2 * kTaps];
+    int32_t wAbs = 0;
+    for (int i = 0; i < kTaps; ++i) {
+        w[kTaps - 1 - i] = c1[i * kUpSamp], w[kTaps + i] = c2[i * kUpSamp];
+        wAbs += std::abs(c1[i * kUpSamp]) + std::abs(c2[i * kUpSamp]);
+    }
+    // Outputs that read only history (short lags also read samples this loop writes) come from
+    // exact sums when no partial sum (at most 2 (max|x| + 1) sum|w|) nor the rounding can
+    // saturate; the others, and every output when that bound fails, from the operator form.
+    const auto& g = generic::ownGenericKernels();
+    const int16_t* y = x0 - (kTaps - 1);
+    const int nFast = std::clamp(static_cast<int>(exc - x0) - kTaps, 0, kGsmAmrSubframe);
+    int j0 = 0;
+    if (nFast > 0 && 2 * int64_t(g.maxAbs(y, nFast + 2 * kTaps - 1) + 1) * wAbs + 0x8000 <= MAX_32) {
+        int64_t out[kGsmAmrSubframe];
+        g.xcorrFixed(w, y, 2 * kTaps, nFast, out);
+        for (int j = 0; j < nFast; ++j) exc[j] = extract_h(static_cast<int32_t>(2 * out[j] + 0x8000));
+        j0 = nFast;
+        x0 += nFast;
+    }
+    for (int j = j0; j < kGsmAmrSubframe; ++j) {
         const int16_t* x1 = x0++;
         const int16_t* x2 = x0;
         int32_t s = 0;

@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "golden_inputs.h"
 #include "xvosc.h"
 
 namespace {
@@ -78,6 +79,39 @@ void BM_AdaptiveCodebookSearch(benchmark::State& state) {
 }
 BENCHMARK(BM_AdaptiveCodebookSearch)->Name("gsmamr/AdaptiveCodebookSearch_4k75/xvosc")->Arg(XVO_BITRATE_4750);
 BENCHMARK(BM_AdaptiveCodebookSearch)->Name("gsmamr/AdaptiveCodebookSearch_12k2/xvosc")->Arg(XVO_BITRATE_12200);
+
+// The search on the golden file's captured inputs (the inputs the reference step was timed on),
+// every accepted line in turn.
+void BM_AdaptiveCodebookSearchGolden(benchmark::State& state) {
+    static const auto g = xvobench::loadGoldenInputs("amrnb/xvosAdaptiveCodebookSearch_GSMAMR_16s.txt");
+    struct Case {
+        std::vector<Xvo16s> target, h, ol, exc;
+        Xvo16s lag, sf, mode;
+    };
+    std::vector<Case> cases;
+    for (size_t r = 0; r < g.rows.size(); ++r) {
+        const int mode = g.value(r, "mode"), sf = g.value(r, "subframe");
+        if (mode < 0 || mode > 7 || sf < 0 || sf > 3) continue;
+        cases.push_back({g.get(r, "target"), g.get(r, "h"), g.get(r, "olLag"), g.get(r, "exc"),
+                         static_cast<Xvo16s>(g.value(r, "lag")), static_cast<Xvo16s>(sf), static_cast<Xvo16s>(mode)});
+    }
+    if (cases.empty()) {
+        state.SkipWithError("golden inputs not found");
+        return;
+    }
+    Xvo16s exc[194], vec[40], frac, index, lag;
+    size_t k = 0;
+    for (auto _ : state) {
+        const Case& c = cases[k];
+        std::copy(c.exc.begin(), c.exc.end(), exc);
+        lag = c.lag;
+        xvosAdaptiveCodebookSearch_GSMAMR_16s(c.target.data(), c.h.data(), c.ol.data(), &lag, exc, &frac, &index, vec,
+                                              c.sf, XvoSpeechRate(c.mode));
+        benchmark::DoNotOptimize(vec);
+        k = (k + 1) % cases.size();
+    }
+}
+BENCHMARK(BM_AdaptiveCodebookSearchGolden)->Name("gsmamr/AdaptiveCodebookSearch_golden/xvosc");
 
 void BM_QuantLSPDecode(benchmark::State& state) {
     Xvo16s idx[5] = {20, 100, 30, 17, 9}, res[10] = {}, past[10] = {1384, 2077, 3420, 5108, 6742, 8122, 9863, 11092, 12714, 13701};

@@ -1,0 +1,137 @@
+// GSM-AMR vector kernels (see gsmamr_simd.h).
+#include "amr/gsmamr_simd.h"
+
+#include <immintrin.h>
+
+#include "core/fixed.h"
+
+namespace xvo::gsmamr {
+namespace {
+
+constexpr int kL = 40;
+
+void acbLagsScalar(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac, int scaling,
+                   int16_t* excf, int32_t* energy, int32_t* dot) {
+    using namespace fx;
+    for (int n = 0; n < nLags; ++n) {
+        int32_t e = 0, d = 0;
+        for (int j = 0; j < kL; ++j) e = L_mac(e, excf[j], excf[j]);
+        for (int j = 0; j < kL; ++j) d = L_mac(d, xn[j], excf[j]);
+        energy[n] = e, dot[n] = d;
+        if (n + 1 == nLags) break;
+        const int16_t x = exc[-(tMin + n) - 1];
+        for (int j = kL - 1; j > 0; --j) excf[j] = add(extract_h(L_shl(L_mult(x, h[j]), hFac)), excf[j - 1]);
+        excf[0] = shr(x, scaling);
+    }
+}
+
+// Vector form. The energy is a sum of non-negative terms, so the saturating sum is the exact sum
+// capped at MAX_32. The correlation's partial sums stay inside 32 bits when 4 Exn Eexcf <
+// (2^31 - 1)^2 (Cauchy-Schwarz on every prefix); otherwise that lag takes the scalar sum. The
+// update term extract_h(L_shl(L_mult(x, h), hFac)) is sat16((x h) >> (15 - hFac)), saturation
+// of L_mult and L_shl included, and the add saturates per lane.
+#define XVO_SSE41 __attribute__((target("sse4.1")))
+#define XVO_AVX2 __attribute__((target("avx2")))
+
+XVO_SSE41 inline int64_t hsum64(__m128i v) { return _mm_cvtsi128_si64(v) + _mm_extract_epi64(v, 1); }
+
+/// Exact sum of a^2 over 40 values (5 vectors of 8).
+XVO_SSE41 inline int64_t energy40(const __m128i* v) {
+    __m128i acc = _mm_setzero_si128();
+    const __m128i z = _mm_setzero_si128();
+    for (int i = 0; i < 5; ++i) {
+        const __m128i m = _mm_madd_epi16(v[i], v[i]);  // two squares per lane, at most 2^31 (unsigned)
+        acc = _mm_add_epi64(acc, _mm_add_epi64(_mm_unpacklo_epi32(m, z), _mm_unpackhi_epi32(m, z)));
+    }
+    return hsum64(acc);
+}
+
+/// Exact sum of a b over 40 values, for inputs where no pair of products is 2 x 2^30.
+XVO_SSE41 inline int64_t dot40(const __m128i* a, const __m128i* b) {
+    __m128i acc = _mm_setzero_si128();
+    for (int i = 0; i < 5; ++i) {
+        const __m128i m = _mm_madd_epi16(a[i], b[i]);
+        acc = _mm_add_epi64(acc, _mm_add_epi64(_mm_cvtepi32_epi64(m), _mm_cvtepi32_epi64(_mm_srli_si128(m, 8))));
+    }
+    return hsum64(acc);
+}
+
+template <int Shift>
+XVO_SSE41 inline void acbLagsVec(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags,
+                                 int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
+    constexpr int64_t kMax2 = int64_t(fx::MAX_32) * fx::MAX_32;
+    alignas(16) int16_t buf[kL + 8] = {};  // buf[8 + j] = excf[j]; lane 0 reads buf[7], then is replaced
+    __m128i f[5], x[5], hv[5];
+    for (int i = 0; i < 5; ++i) {
+        f[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(excf + 8 * i));
+        x[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(xn + 8 * i));
+        hv[i] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(h + 8 * i));
+    }
+    const int64_t exn = energy40(x);
+    for (int n = 0; n < nLags; ++n) {
+        const int64_t e = energy40(f);
+        energy[n] = 2 * e >= fx::MAX_32 ? fx::MAX_32 : static_cast<int32_t>(2 * e);
+        // 2^62 / 4 exn compared without overflow: exn e < (2^31 - 1)^2 / 4.
+        const bool fits = exn == 0 || e == 0 || (e <= kMax2 / 4 / exn);
+        if (fits) {
+            dot[n] = static_cast<int32_t>(2 * dot40(x, f));
+        } else {
+            int32_t d = 0;
+            for (int i = 0; i < 5; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(buf + 8 + 8 * i), f[i]);
+            for (int j = 0; j < kL; ++j) d = fx::L_mac(d, xn[j], buf[8 + j]);
+            dot[n] = d;
+        }
+        if (n + 1 == nLags) break;
+        const int16_t s = exc[-(tMin + n) - 1];
+        const __m128i sv = _mm_set1_epi16(s);
+        for (int i = 0; i < 5; ++i) _mm_store_si128(reinterpret_cast<__m128i*>(buf + 8 + 8 * i), f[i]);
+        for (int i = 0; i < 5; ++i) {
+            const __m128i lo = _mm_mullo_epi16(sv, hv[i]), hi = _mm_mulhi_epi16(sv, hv[i]);
+            const __m128i p0 = _mm_srai_epi32(_mm_unpacklo_epi16(lo, hi), Shift);
+            const __m128i p1 = _mm_srai_epi32(_mm_unpackhi_epi16(lo, hi), Shift);
+            const __m128i prev = _mm_loadu_si128(reinterpret_cast<const __m128i*>(buf + 7 + 8 * i));
+            f[i] = _mm_adds_epi16(_mm_packs_epi32(p0, p1), prev);
+        }
+        // j = 0 takes the new sample itself, scaled, not the filtered sum.
+        f[0] = _mm_insert_epi16(f[0], fx::shr(s, scaling), 0);
+    }
+    for (int i = 0; i < 5; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(excf + 8 * i), f[i]);
+}
+
+XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
+                            int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
+    if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
+    else if (hFac == 1) acbLagsVec<14>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
+    else acbLagsScalar(exc, xn, h, tMin, nLags, hFac, scaling, excf, energy, dot);
+}
+
+XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
+                          int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
+    if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
+    else if (hFac == 1) acbLagsVec<14>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
+    else acbLagsScalar(exc, xn, h, tMin, nLags, hFac, scaling, excf, energy, dot);
+}
+
+#undef XVO_AVX2
+#undef XVO_SSE41
+
+constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar};
+constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2};
+
+}  // namespace
+
+const OwnGsmAmrKernels& ownGsmAmrKernelsFor(OwnCpuLevel level) {
+    switch (level) {
+        case OwnCpuLevel::AVX2: return kAvx2;
+        case OwnCpuLevel::SSE41: return kSse41;
+        default: return kScalar;
+    }
+}
+
+const OwnGsmAmrKernels& ownGsmAmrKernels() {
+    static const OwnGsmAmrKernels& k = ownGsmAmrKernelsFor(ownCpuLevel());
+    return k;
+}
+
+}  // namespace xvo::gsmamr
