@@ -7,6 +7,7 @@
 #include <random>
 #include <vector>
 
+#include "golden_inputs.h"
 #include "xvosc.h"
 
 namespace {
@@ -56,6 +57,65 @@ void BM_OpenLoopPitch(benchmark::State& state) {
     }
 }
 BENCHMARK(BM_OpenLoopPitch)->Name("amrwb/OpenLoopPitchSearch/xvosc");
+
+// Both kernels on the golden files' inputs (those the reference steps were timed on).
+void BM_ISFQuantGolden(benchmark::State& state) {
+    static const auto g = xvobench::loadGoldenInputs("amrwb/xvosISFQuant_AMRWB_16s.txt");
+    if (g.rows.empty()) {
+        state.SkipWithError("golden inputs not found");
+        return;
+    }
+    std::vector<std::array<Xvo16s, 33>> lines(g.rows.size());  // isf 16, memory 16, mode
+    for (size_t r = 0; r < lines.size(); ++r) {
+        const auto isf = g.get(r, "isf"), mem = g.get(r, "mem");
+        std::copy(isf.begin(), isf.end(), lines[r].begin());
+        std::copy(mem.begin(), mem.end(), lines[r].begin() + 16);
+        lines[r][32] = static_cast<Xvo16s>(g.value(r, "mode"));
+    }
+    Xvo16s q[16], idx[7];
+    size_t k = 0;
+    for (auto _ : state) {
+        auto l = lines[k];
+        xvosISFQuant_AMRWB_16s(l.data(), l.data() + 16, q, idx, XvoSpeechRate(l[32]));
+        benchmark::DoNotOptimize(q);
+        k = (k + 1) % lines.size();
+    }
+}
+BENCHMARK(BM_ISFQuantGolden)->Name("amrwb/ISFQuant_golden/xvosc");
+
+void BM_OpenLoopPitchGolden(benchmark::State& state) {
+    static const auto g = xvobench::loadGoldenInputs("amrwb/xvosOpenLoopPitchSearch_AMRWB_16s.txt");
+    if (g.rows.empty()) {
+        state.SkipWithError("golden inputs not found");
+        return;
+    }
+    // Each line's fields laid out once: wsp (243), then the in/out state copied per call.
+    struct Line {
+        std::array<Xvo16s, 243> wsp;
+        std::array<Xvo16s, 133> state;  // median, history 5, weight, flag, memory 9, high-passed 115, tone
+        int len;
+    };
+    std::vector<Line> lines(g.rows.size());
+    for (size_t r = 0; r < lines.size(); ++r) {
+        const auto w = g.get(r, "wsp");
+        std::copy(w.begin(), w.end(), lines[r].wsp.begin());
+        size_t o = 0;
+        for (const char* f : {"oldMedianLag", "lagHist", "adaptWeight", "weightFlag", "hpMem", "hpWspHist", "tone"})
+            for (Xvo16s v : g.get(r, f)) lines[r].state[o++] = v;
+        lines[r].len = g.value(r, "len");
+    }
+    size_t k = 0;
+    for (auto _ : state) {
+        const Line& l = lines[k];
+        std::array<Xvo16s, 133> st = l.state;
+        Xvo16s lag, gain;
+        xvosOpenLoopPitchSearch_AMRWB_16s(l.wsp.data(), &lag, &gain, &st[0], &st[1], &st[6], &st[7], &st[8], &st[17],
+                                          &st[132], l.len);
+        benchmark::DoNotOptimize(gain);
+        k = (k + 1) % lines.size();
+    }
+}
+BENCHMARK(BM_OpenLoopPitchGolden)->Name("amrwb/OpenLoopPitchSearch_golden/xvosc");
 
 }  // namespace
 
