@@ -2,10 +2,12 @@
 // filter bank of half-band filter pairs, per-band SNR against a background
 // noise estimate, an adaptive threshold, the high-pass correlation ("complex
 // signal") aid, and burst/hangover rules.
+#include <algorithm>
 #include <cstddef>
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "core/generic_kernels.h"
 #include "xvosc.h"
 
 static_assert(sizeof(XvoVAD1State_GSMAMR) == 132, "the option-1 record is 64 16-bit fields and the 32-bit power");
@@ -182,12 +184,11 @@ int16_t ownHangover(XvoVAD1State_GSMAMR* st, int16_t noiseLevel, bool lowPower) 
 }
 
 int16_t ownVAD1(XvoVAD1State_GSMAMR* st, const int16_t* speech) {
-    // Frame power over the 40 samples before the frame and its first 120.
-    int32_t pow = st->prevPower;
-    for (int i = 0; i < kFrame - 40; ++i) pow = L_mac(pow, speech[i], speech[i]);
-    int32_t tail = 0;
-    for (int i = kFrame - 40; i < kFrame; ++i) tail = L_mac(tail, speech[i], speech[i]);
-    st->prevPower = tail;
+    // Frame power over the 40 samples before the frame and its first 120. The terms are never
+    // negative, so the saturating sums are the exact ones capped at MAX_32.
+    const auto& g = generic::ownGenericKernels();
+    const int32_t pow = static_cast<int32_t>(std::min<int64_t>(st->prevPower + 2 * g.energy(speech, kFrame - 40), MAX_32));
+    st->prevPower = static_cast<int32_t>(std::min<int64_t>(2 * g.energy(speech + kFrame - 40, 40), MAX_32));
     if (pow < kPowPitch) st->pitch = static_cast<int16_t>(st->pitch & 0x3fff);
     if (pow < kPowComplex) st->complexLow = static_cast<int16_t>(st->complexLow & 0x3fff);
 
