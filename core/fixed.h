@@ -184,6 +184,9 @@ constexpr int16_t norm_l(int32_t a) {
 constexpr int16_t div_s(int16_t a, int16_t b) {
     if (a == 0) return 0;
     if (a == b) return MAX_16;
+    // Inside the domain the 15 restoring steps below give floor(a 2^15 / b); outside it (which
+    // the reference rejects) the steps are kept so that every input has its old result.
+    if (a > 0 && a < b) return static_cast<int16_t>((int32_t(a) << 15) / b);
     int32_t num = a, den = b, out = 0;
     for (int i = 0; i < 15; ++i) {
         out <<= 1;
