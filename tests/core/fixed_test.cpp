@@ -20,6 +20,7 @@ TEST(Fixed, SixteenBitSaturation) {
         {extract_l(0x12348765), static_cast<int16_t>(0x8765)},   {extract_h(-1), -1},
         {norm_s(0), 0}, {norm_s(-1), 15}, {norm_s(1), 14}, {norm_s(-32768), 0}, {norm_s(16383), 1},
         {div_s(1, 2), 16384}, {div_s(5, 5), 32767}, {div_s(0, 7), 0}, {div_s(1, 3), 10922},
+        {div_s(32766, 32767), 32766}, {div_s(1, 32767), 1}, {div_s(12345, 23456), 17245}, {div_s(3, 7), 14043},
         {add_wrap(32767, 1), -32768}, {sub_wrap(-32768, 1), 32767},
     };
     for (size_t i = 0; i < sizeof(cases) / sizeof(cases[0]); ++i) EXPECT_EQ(cases[i].got, cases[i].want) << "case " << i;
