@@ -52,25 +52,25 @@ void ownFirstStage(const int16_t* in, int16_t* out, int16_t* data) {
     data[0] = d0, data[1] = d1;
 }
 
-// 5th-order half-band pair: low band into *in0, high band into *in1.
-void ownFilter5(int16_t* in0, int16_t* in1, int16_t* data) {
-    int16_t t0 = sub(*in0, mult(kCoeff5_1, data[0]));
-    const int16_t t1 = add(data[0], mult(kCoeff5_1, t0));
-    data[0] = t0;
-    t0 = sub(*in1, mult(kCoeff5_2, data[1]));
-    const int16_t t2 = add(data[1], mult(kCoeff5_2, t0));
-    data[1] = t0;
-    *in0 = shr(add(t1, t2), 1);
-    *in1 = shr(sub(t1, t2), 1);
+// 5th-order half-band pair: low band into x0, high band into x1, memories d0 and d1.
+[[gnu::always_inline]] inline void ownFilter5(int16_t& x0, int16_t& x1, int16_t& d0, int16_t& d1) {
+    int16_t t0 = sub(x0, mult(kCoeff5_1, d0));
+    const int16_t t1 = add(d0, mult(kCoeff5_1, t0));
+    d0 = t0;
+    t0 = sub(x1, mult(kCoeff5_2, d1));
+    const int16_t t2 = add(d1, mult(kCoeff5_2, t0));
+    d1 = t0;
+    x0 = shr(add(t1, t2), 1);
+    x1 = shr(sub(t1, t2), 1);
 }
 
-// 3rd-order half-band pair.
-void ownFilter3(int16_t* in0, int16_t* in1, int16_t* data) {
-    const int16_t t1 = sub(*in1, mult(kCoeff3, *data));
-    const int16_t t2 = add(*data, mult(kCoeff3, t1));
-    *data = t1;
-    *in1 = shr(sub(*in0, t2), 1);
-    *in0 = shr(add(*in0, t2), 1);
+// 3rd-order half-band pair, memory d.
+[[gnu::always_inline]] inline void ownFilter3(int16_t& x0, int16_t& x1, int16_t& d) {
+    const int16_t t1 = sub(x1, mult(kCoeff3, d));
+    const int16_t t2 = add(d, mult(kCoeff3, t1));
+    d = t1;
+    x1 = shr(sub(x0, t2), 1);
+    x0 = shr(add(x0, t2), 1);
 }
 
 // Sum of |x| over samples count1..count2-1 of a band (stride m from a), plus the level of the
@@ -87,18 +87,29 @@ int16_t ownLevel(const int16_t* d, int16_t* subLevel, int count1, int count2, in
 void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
     int16_t b[kFrame];
     ownFirstStage(in, b, st->aData5[0]);
-    for (int i = 0; i < kFrame / 4; ++i) {
-        ownFilter5(&b[4 * i], &b[4 * i + 2], st->aData5[1]);
-        ownFilter5(&b[4 * i + 1], &b[4 * i + 3], st->aData5[2]);
+    // Each filter's memory lives in registers for its whole pass.
+    {
+        int16_t a0 = st->aData5[1][0], a1 = st->aData5[1][1], c0 = st->aData5[2][0], c1 = st->aData5[2][1];
+        for (int i = 0; i < kFrame / 4; ++i) {
+            ownFilter5(b[4 * i], b[4 * i + 2], a0, a1);
+            ownFilter5(b[4 * i + 1], b[4 * i + 3], c0, c1);
+        }
+        st->aData5[1][0] = a0, st->aData5[1][1] = a1, st->aData5[2][0] = c0, st->aData5[2][1] = c1;
     }
-    for (int i = 0; i < kFrame / 8; ++i) {
-        ownFilter3(&b[8 * i], &b[8 * i + 4], &st->aData3[0]);
-        ownFilter3(&b[8 * i + 2], &b[8 * i + 6], &st->aData3[1]);
-        ownFilter3(&b[8 * i + 3], &b[8 * i + 7], &st->aData3[4]);
-    }
-    for (int i = 0; i < kFrame / 16; ++i) {
-        ownFilter3(&b[16 * i], &b[16 * i + 8], &st->aData3[2]);
-        ownFilter3(&b[16 * i + 4], &b[16 * i + 12], &st->aData3[3]);
+    {
+        int16_t m0 = st->aData3[0], m1 = st->aData3[1], m4 = st->aData3[4];
+        for (int i = 0; i < kFrame / 8; ++i) {
+            ownFilter3(b[8 * i], b[8 * i + 4], m0);
+            ownFilter3(b[8 * i + 2], b[8 * i + 6], m1);
+            ownFilter3(b[8 * i + 3], b[8 * i + 7], m4);
+        }
+        st->aData3[0] = m0, st->aData3[1] = m1, st->aData3[4] = m4;
+        int16_t m2 = st->aData3[2], m3 = st->aData3[3];
+        for (int i = 0; i < kFrame / 16; ++i) {
+            ownFilter3(b[16 * i], b[16 * i + 8], m2);
+            ownFilter3(b[16 * i + 4], b[16 * i + 12], m3);
+        }
+        st->aData3[2] = m2, st->aData3[3] = m3;
     }
     int16_t* sl = st->subLevel;
     level[8] = ownLevel(b, &sl[8], kFrame / 4 - 8, kFrame / 4, 4, 1, 15);
