@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "amr/amr_vad_common.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -21,10 +22,10 @@ using namespace fx;
 constexpr int kBands = 9;
 constexpr int kFrame = 160;
 constexpr int16_t kCoeff3 = 13363, kCoeff5_1 = 21955, kCoeff5_2 = 6390;
-constexpr int16_t kNoiseMin = 40, kNoiseMax = 16000;
+constexpr int16_t kNoiseMax = 16000;
 constexpr int16_t kAlphaUp1 = 1638, kAlphaDown1 = 2097, kAlphaUp2 = 491, kAlphaDown2 = 1867, kAlpha3 = 1638;
 constexpr int16_t kAlpha4 = 3276, kAlpha5 = 16383;
-constexpr int16_t kStatCount = 20, kCadMinStatCount = 5, kStatThrLevel = 184, kStatThr = 1000;
+constexpr int16_t kStatCount = 20, kCadMinStatCount = 5, kStatThr = 1000;
 constexpr int16_t kVadThrHigh = 1260, kVadThrLow = 720, kVadSlope = -2808;
 constexpr int16_t kInvBands = 3641;  // 1/9 in Q15
 constexpr int32_t kPowLow = 15000, kPowPitch = 343040, kPowComplex = 15000;
@@ -73,17 +74,6 @@ void ownFirstStage(const int16_t* in, int16_t* out, int16_t* data) {
     x0 = shr(add(x0, t2), 1);
 }
 
-// Sum of |x| over samples count1..count2-1 of a band (stride m from a), plus the level of the
-// previous frame's tail; the tail of this frame is kept for the next.
-int16_t ownLevel(const int16_t* d, int16_t* subLevel, int count1, int count2, int m, int a, int scale) {
-    int32_t t1 = 0;
-    for (int i = count1; i < count2; ++i) t1 = L_mac(t1, 1, abs_s(d[m * i + a]));
-    int32_t t2 = L_add(t1, L_shl(static_cast<int32_t>(*subLevel), 16 - scale));
-    *subLevel = extract_h(L_shl(t1, scale));
-    for (int i = 0; i < count1; ++i) t2 = L_mac(t2, 1, abs_s(d[m * i + a]));
-    return extract_h(L_shl(t2, scale));
-}
-
 void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
     int16_t b[kFrame];
     ownFirstStage(in, b, st->aData5[0]);
@@ -112,11 +102,11 @@ void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
         st->aData3[2] = m2, st->aData3[3] = m3;
     }
     int16_t* sl = st->subLevel;
-    level[8] = ownLevel(b, &sl[8], kFrame / 4 - 8, kFrame / 4, 4, 1, 15);
+    level[8] = amrvad::ownLevel(b, &sl[8], kFrame / 4 - 8, kFrame / 4, 4, 1, 15);
     const int a8[4] = {7, 3, 2, 6};  // bands 7..4, stride 8
-    for (int k = 0; k < 4; ++k) level[7 - k] = ownLevel(b, &sl[7 - k], kFrame / 8 - 4, kFrame / 8, 8, a8[k], 16);
+    for (int k = 0; k < 4; ++k) level[7 - k] = amrvad::ownLevel(b, &sl[7 - k], kFrame / 8 - 4, kFrame / 8, 8, a8[k], 16);
     const int a16[4] = {4, 12, 8, 0};  // bands 3..0, stride 16
-    for (int k = 0; k < 4; ++k) level[3 - k] = ownLevel(b, &sl[3 - k], kFrame / 16 - 2, kFrame / 16, 16, a16[k], 16);
+    for (int k = 0; k < 4; ++k) level[3 - k] = amrvad::ownLevel(b, &sl[3 - k], kFrame / 16 - 2, kFrame / 16, 16, a16[k], 16);
 }
 
 // Stationarity counter and the averaged levels it is measured against.
@@ -125,22 +115,14 @@ void ownUpdateControl(XvoVAD1State_GSMAMR* st, const int16_t* level) {
     if ((st->pitch & 0x6000) == 0x6000 || (st->tone & 0x7c00) == 0x7c00 || (st->vadreg & 0x7f80) == 0) {
         st->statCount = kStatCount;
     } else {
-        int16_t statRat = 0;
-        for (int i = 0; i < kBands; ++i) {
-            int16_t num = level[i] > st->aveLevel[i] ? level[i] : st->aveLevel[i];
-            int16_t den = level[i] > st->aveLevel[i] ? st->aveLevel[i] : level[i];
-            if (num < kStatThrLevel) num = kStatThrLevel;
-            if (den < kStatThrLevel) den = kStatThrLevel;
-            const int16_t e = norm_s(den);
-            statRat = add(statRat, shr(div_s(shr(num, 1), shl(den, e)), sub(8, e)));
-        }
+        const int16_t statRat = amrvad::ownStatRatio(level, st->aveLevel, kBands);
         if (statRat > kStatThr) st->statCount = kStatCount;
         else if ((st->vadreg & 0x4000) != 0 && st->statCount != 0) st->statCount = sub(st->statCount, 1);
     }
     int16_t alpha = kAlpha4;
     if (st->statCount == kStatCount) alpha = 32767;
     else if ((st->vadreg & 0x4000) == 0) alpha = kAlpha5;
-    for (int i = 0; i < kBands; ++i) st->aveLevel[i] = add(st->aveLevel[i], mult_r(alpha, sub(level[i], st->aveLevel[i])));
+    amrvad::ownAveLevelUpdate(st->aveLevel, level, kBands, alpha);
 }
 
 // Background-noise update: fast while the signal looks like noise, slow or downwards only otherwise.
@@ -154,17 +136,7 @@ void ownNoiseUpdate(XvoVAD1State_GSMAMR* st, const int16_t* level) {
     } else {
         up = 0, down = kAlpha3, bckrAdd = 0;
     }
-    for (int i = 0; i < kBands; ++i) {
-        const int16_t t = sub(st->oldLevel[i], st->bckrEst[i]);
-        if (t < 0) {
-            st->bckrEst[i] = add(-2, add(st->bckrEst[i], mult_r(down, t)));
-            if (st->bckrEst[i] < kNoiseMin) st->bckrEst[i] = kNoiseMin;
-        } else {
-            st->bckrEst[i] = add(bckrAdd, add(st->bckrEst[i], mult_r(up, t)));
-            if (st->bckrEst[i] > kNoiseMax) st->bckrEst[i] = kNoiseMax;
-        }
-    }
-    for (int i = 0; i < kBands; ++i) st->oldLevel[i] = level[i];
+    amrvad::ownNoiseUpdate(st->bckrEst, st->oldLevel, level, kBands, up, down, bckrAdd, kNoiseMax);
 }
 
 int16_t ownHangover(XvoVAD1State_GSMAMR* st, int16_t noiseLevel, bool lowPower) {
@@ -181,17 +153,7 @@ int16_t ownHangover(XvoVAD1State_GSMAMR* st, int16_t noiseLevel, bool lowPower) 
         return 1;
     }
     if ((st->vadreg & 0x3ff0) == 0 && st->corrHpFast > kCvadInNoise) return 1;
-    if ((st->vadreg & 0x4000) != 0) {
-        st->burstCount = add(st->burstCount, 1);
-        if (st->burstCount >= burstLen) st->hangCount = hangLen;
-        return 1;
-    }
-    st->burstCount = 0;
-    if (st->hangCount > 0) {
-        st->hangCount = sub(st->hangCount, 1);
-        return 1;
-    }
-    return 0;
+    return amrvad::ownBurstHangover(st->vadreg, st->burstCount, st->hangCount, burstLen, hangLen);
 }
 
 int16_t ownVAD1(XvoVAD1State_GSMAMR* st, const int16_t* speech) {

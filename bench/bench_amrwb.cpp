@@ -117,6 +117,31 @@ void BM_OpenLoopPitchGolden(benchmark::State& state) {
 }
 BENCHMARK(BM_OpenLoopPitchGolden)->Name("amrwb/OpenLoopPitchSearch_golden/xvosc");
 
+// The detector frame by frame over the golden sequences' frames (captured encoder input).
+void BM_VADGolden(benchmark::State& state) {
+    static const auto g = xvobench::loadGoldenInputs("amrwb/xvosVAD_AMRWB_16s_sequences/enc_tst_m2.txt");
+    if (g.rows.empty()) {
+        state.SkipWithError("golden inputs not found");
+        return;
+    }
+    std::vector<std::array<Xvo16s, 256>> frames(g.rows.size());
+    for (size_t r = 0; r < frames.size(); ++r) {
+        const auto s = g.get(r, "speech");
+        std::copy(s.begin(), s.end(), frames[r].begin());
+    }
+    alignas(4) unsigned char rec[172];
+    auto* st = reinterpret_cast<XvoVADState_AMRWB*>(rec);
+    xvosVADInit_AMRWB_16s(st);
+    Xvo16s tone = 0, flag;
+    size_t k = 0;
+    for (auto _ : state) {
+        xvosVAD_AMRWB_16s(frames[k].data(), st, &tone, &flag);
+        benchmark::DoNotOptimize(flag);
+        k = (k + 1) % frames.size();
+    }
+}
+BENCHMARK(BM_VADGolden)->Name("amrwb/VAD_golden/xvosc");
+
 }  // namespace
 
 BENCHMARK_MAIN();

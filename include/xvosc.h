@@ -1528,6 +1528,60 @@ XVOSC_API XvoStatus xvosOpenLoopPitchSearch_AMRWBE_16s(const Xvo16s* pSrcWgtSpch
 /* AMR-WB voice activity detection                                        */
 /* ======================================================================== */
 /* @section amrwb_vad:begin */
+/*
+ * AMR-WB voice activity detector (3GPP TS 26.173 wb_vad), one 256-sample frame at 12.8 kHz per
+ * call. The state record is opaque: query its size (172 bytes) with xvosVADGetSize_AMRWB_16s,
+ * provide that many bytes (2-byte alignment suffices; the record holds one 32-bit field at byte
+ * 144, so 4-byte alignment is best) and set it up with xvosVADInit_AMRWB_16s. Its layout is fixed
+ * so that a state captured elsewhere can be loaded byte for byte: 16-bit fields unless stated,
+ * in this order: background-noise estimate (12, initially 150), averaged levels (12, 150),
+ * previous frame's levels (12, 150), tail levels (12, 0), filter memories (16: five 5th-order
+ * filters of 2 values, then six 3rd-order filters, 0), decision register, burst count, hangover
+ * count, stationarity count, speech-estimation frame count, maximum-search count, current maximum
+ * (all 0), speech level estimate (2050), previous frame power (32-bit, 0), and the 12 band levels
+ * of the last frame (0).
+ */
+typedef struct XvoVADState_AMRWB XvoVADState_AMRWB;
+
+/** Size of the AMR-WB VAD record.
+ *  @param pDstSize out: 172.
+ *  @return xvoStsNullPtr when pDstSize is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosVADGetSize_AMRWB_16s(Xvo32s* pDstSize);
+
+/** Sets every field of the record to its initial value (see the layout above).
+ *  @param pState out: the record (172 bytes).
+ *  @return xvoStsNullPtr when pState is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosVADInit_AMRWB_16s(XvoVADState_AMRWB* pState);
+
+/** Decides whether one frame holds speech:
+ *  1. frame power P = 2 sum x^2 (saturated); the decision uses P plus the previous frame's power
+ *     (saturated), and P is kept for the next frame; when that two-frame power is below 686080 the
+ *     tone register keeps only its low 13 bits (mask 0x1FFF);
+ *  2. the 12-band filter bank (5th- and 3rd-order half-band pairs on the input halved) gives the
+ *     band levels; the squared per-band SNRs against the noise estimate are summed and compared
+ *     with a threshold set by the noise level and corrected by the speech level; the result enters
+ *     bit 14 of the decision register;
+ *  3. the stationarity count (reset to 20 when the tone register's bits 10-14 are all set) and
+ *     the background-noise update (12 bands, ceiling 20000) follow; hangover and burst lengths
+ *     follow the threshold; a two-frame power below 30000 gives 0 and clears the counters;
+ *  4. the speech level estimate: level = (sum of bands 2-12 << 12) >> 16; after 25 frames whose
+ *     level exceeds 129 and the estimate (or that the register marks active) within 80 frames,
+ *     the estimate moves 0.15 of the way to half their maximum when that half exceeds 410.
+ *  @param pSrcSpch  in: 256 samples (the encoder's scaled input frame).
+ *  @param pState    in/out: the record.
+ *  @param pToneFlag in/out: the tone register (bit 14 set by the open-loop pitch search for a
+ *                   strongly periodic half frame, shifted there).
+ *  @param pVadFlag  out: 1 for speech, 0 for noise.
+ *  @return xvoStsNullPtr when speech or state is null, then when the tone or flag pointer is null;
+ *          else xvoStsOk. */
+XVOSC_API XvoStatus xvosVAD_AMRWB_16s(const Xvo16s* pSrcSpch, XvoVADState_AMRWB* pState, Xvo16s* pToneFlag,
+                                     Xvo16s* pVadFlag);
+
+/** The 12 band levels of the last frame (0 after Init), lowest band first.
+ *  @param pState          in: the record.
+ *  @param pDstEnergyLevel out: 12 levels.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosVADGetEnergyLevel_AMRWB_16s(const XvoVADState_AMRWB* pState, Xvo16s* pDstEnergyLevel);
 /* @section amrwb_vad:end */
 
 /* ======================================================================== */

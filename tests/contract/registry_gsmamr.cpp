@@ -354,6 +354,39 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                intIs(0, 0, xvoStsRange), wordIs(3, 29, xvoStsRange, "median 29 with weighting")}};
     olE.fuzzRange = {{0, {1, 20}}, {1, {21, 130}}};
     r.push_back(olE);
+
+    // AMR-WB VAD: a record set up by Init, carried through a few frames of noise first.
+    auto wbVadState = [](Call& c) {
+        const int s = c.buffer(172);
+        xvosVADInit_AMRWB_16s(c.p<XvoVADState_AMRWB>(s));
+        return s;
+    };
+    r.push_back({"xvosVADGetSize_AMRWB_16s", [](Call& c) { c.buffer(sizeof(Xvo32s)); },
+                 [](Call& c) { return xvosVADGetSize_AMRWB_16s(c.p<Xvo32s>(0)); }, {0}, {}, {}});
+    r.push_back({"xvosVADInit_AMRWB_16s", [](Call& c) { c.buffer(172); },
+                 [](Call& c) { return xvosVADInit_AMRWB_16s(c.p<XvoVADState_AMRWB>(0)); }, {0}, {}, {}});
+    Entry wbVad{"xvosVAD_AMRWB_16s",
+                [wbVadState](Call& c) {
+                    c.random16(256, -6000, 6000);
+                    wbVadState(c);
+                    c.words({0x7c00});
+                    c.buffer(sizeof(Xvo16s));
+                },
+                [](Call& c) {
+                    return xvosVAD_AMRWB_16s(c.p<Xvo16s>(0), c.p<XvoVADState_AMRWB>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3));
+                },
+                {0, 1, 2, 3}, {}, {}};
+    wbVad.trusted = {1};
+    r.push_back(wbVad);
+    Entry wbLevels{"xvosVADGetEnergyLevel_AMRWB_16s",
+                   [wbVadState](Call& c) {
+                       wbVadState(c);
+                       c.buffer(12 * sizeof(Xvo16s));
+                   },
+                   [](Call& c) { return xvosVADGetEnergyLevel_AMRWB_16s(c.p<XvoVADState_AMRWB>(0), c.p<Xvo16s>(1)); },
+                   {0, 1}, {}, {}};
+    wbLevels.trusted = {0};
+    r.push_back(wbLevels);
 }
 
 }  // namespace xvocontract
