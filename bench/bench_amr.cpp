@@ -113,6 +113,26 @@ void BM_AdaptiveCodebookSearchGolden(benchmark::State& state) {
 }
 BENCHMARK(BM_AdaptiveCodebookSearchGolden)->Name("gsmamr/AdaptiveCodebookSearch_golden/xvosc");
 
+// Option 2 frame by frame over the golden sequence's frames (the encoder's input).
+void BM_VAD2Golden(benchmark::State& state) {
+    static const auto g = xvobench::loadGoldenInputs("amrnb/xvosVAD2_GSMAMR_16s.seq-spch_dos.txt");
+    if (g.rows.empty()) {
+        state.SkipWithError("golden inputs not found");
+        return;
+    }
+    std::vector<std::vector<Xvo16s>> frames;
+    for (size_t r = 0; r < g.rows.size(); ++r) frames.push_back(g.get(r, "speech"));
+    XvoVAD2State_GSMAMR st{};
+    Xvo16s flag;
+    size_t k = 0;
+    for (auto _ : state) {
+        xvosVAD2_GSMAMR_16s(frames[k].data(), &st, &flag, 0);
+        benchmark::DoNotOptimize(flag);
+        k = (k + 1) % frames.size();
+    }
+}
+BENCHMARK(BM_VAD2Golden)->Name("gsmamr/VAD2_golden/xvosc");
+
 void BM_QuantLSPDecode(benchmark::State& state) {
     Xvo16s idx[5] = {20, 100, 30, 17, 9}, res[10] = {}, past[10] = {1384, 2077, 3420, 5108, 6742, 8122, 9863, 11092, 12714, 13701};
     Xvo16s lsp[20], lsf[20];

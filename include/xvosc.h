@@ -1333,6 +1333,69 @@ XVOSC_API XvoStatus xvosDecDTXBuffer_GSMAMR_16s(const Xvo16s* pSrcSpeech, const 
  *  @return xvoStsNullPtr when a pointer is null; xvoStsDomain at the first negative LSF (the LSPs
  *          before it are written, the rest are not); else xvoStsOk. */
 XVOSC_API XvoStatus xvosLSFToLSP_GSMAMR_16s(const Xvo16s* pSrcLSF, Xvo16s* pDstLSP);
+/*
+ * GSM-AMR voice activity detection, option 2 (3GPP TS 26.094, the FFT channel-energy detector).
+ * The record is the reference's, field for field in its order, so that a state captured from it
+ * can be loaded; the caller allocates it and zeroes it to start (the reference's reset state).
+ */
+typedef struct {
+    Xvo16s preEmpMem;          /**< last sample of the previous half frame, at its block scale */
+    Xvo16s updateCnt;          /**< frames counted towards a forced noise update */
+    Xvo16s hysterCnt;          /**< frames the update count has not moved */
+    Xvo16s lastUpdateCnt;      /**< the update count of the previous half frame */
+    Xvo16s chEnrgLongDb[16];   /**< long-term channel energies, dB in Q8 */
+    Xvo32s frameCount;         /**< half frames analysed (saturating) */
+    Xvo32s chEnrg[16];         /**< channel energies, Q9 (shift state 0) or Q4 (state 1) */
+    Xvo32s chNoise[16];        /**< channel noise estimates, Q9 */
+    Xvo16s lastNormbShift;     /**< block scale of the previous half frame */
+    Xvo16s tsnr;               /**< total SNR, dB in Q8 */
+    Xvo16s hangover;           /**< hangover half frames left */
+    Xvo16s burstCount;         /**< consecutive active half frames */
+    Xvo16s fupdateFlag;        /**< 1 after a forced noise update */
+    Xvo16s negSnrVar;          /**< variance of negative SNRs, Q8 */
+    Xvo16s negSnrBias;         /**< threshold bias from that variance */
+    Xvo16s shiftState;         /**< 0: channel energies in Q9; 1: in Q4 (loud blocks) */
+    Xvo32s r0;                 /**< frame energy of the open-loop search (not used by the detector) */
+    Xvo32s rMax;               /**< its largest correlation (not used by the detector) */
+    Xvo16s ltpFlag;            /**< the long-term-prediction flag of the last call */
+    Xvo16s reserved;           /**< padding; keep 0 */
+} XvoVAD2State_GSMAMR;
+
+/** GSM-AMR voice activity detection, option 2, for one 160-sample frame, analysed as two halves of
+ *  80 samples: each half is block-scaled with 2 bits of headroom (xvosAutoScale_16s), pre-emphasised
+ *  by -0.8 (xvosPreemphasize_GSMAMR_16s, the memory rescaled to the block's scale), placed after 24
+ *  zeros in a 128-point buffer and transformed (xvosFFTFwd_RToPerm_GSMAMR_16s_I); 16 channel
+ *  energies are smoothed, their SNRs against the noise estimate summed into a voice metric and
+ *  compared with a threshold set by the long-term SNR, with burst and hangover counts; the noise
+ *  estimate is updated on quiet half frames, or forced after 50 stationary ones when the
+ *  long-term-prediction flag is clear. The frame is speech when either half is.
+ *  @param pSrcSpch in: 160 samples.
+ *  @param pState   in/out: the record (zeroed before the first frame).
+ *  @param pVadFlag out: 1 for speech, 0 for noise.
+ *  @param ltpFlag  in: the long-term-prediction flag from the previous frame's open-loop search
+ *                  (non-zero blocks the forced update); stored in the record.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
+XVOSC_API XvoStatus xvosVAD2_GSMAMR_16s(const Xvo16s* pSrcSpch, XvoVAD2State_GSMAMR* pState, Xvo16s* pVadFlag,
+                                       Xvo16s ltpFlag);
+
+/** 128-point real FFT in place (TS 26.094 r_fft: a 64-point complex FFT halving after each of its
+ *  six stages, then the real split): on return pSrcDst[0] holds bin 0 and pSrcDst[1] bin 64 (both
+ *  real), and pSrcDst[2k], pSrcDst[2k + 1] the real and imaginary parts of bin k, k = 1..63; the
+ *  spectrum is scaled by 1/64.
+ *  @param pSrcDst in: 128 real samples; out: the packed spectrum.
+ *  @return xvoStsNullPtr when pSrcDst is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFFTFwd_RToPerm_GSMAMR_16s_I(Xvo16s* pSrcDst);
+
+/** Pre-emphasis: pDst[i] = add(pSrc[i], mult(gamma, pSrc[i - 1])) with pSrc[-1] = *pMem; then
+ *  *pMem = pSrc[len - 1]. pDst may equal pSrc.
+ *  @param gamma in: the factor, Q15 (the detector uses -26214, -0.8).
+ *  @param pSrc  in: len samples.
+ *  @param pDst  out: len samples.
+ *  @param len   in: 1 or more.
+ *  @param pMem  in/out: the sample before pSrc[0].
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsSize when len < 1; else
+ *          xvoStsOk. */
+XVOSC_API XvoStatus xvosPreemphasize_GSMAMR_16s(Xvo16s gamma, const Xvo16s* pSrc, Xvo16s* pDst, int len, Xvo16s* pMem);
 /* @section gsmamr_vad2dtx:end */
 
 /* ======================================================================== */

@@ -199,6 +199,34 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                {0, 1, 2}, {}, {}};
     vad1.fuzzRange = {{0, {-32768, 32767}}};
     r.push_back(vad1);
+    r.push_back({"xvosVAD2_GSMAMR_16s",
+                 [](Call& c) {
+                     c.random16(160, -12000, 12000);
+                     const int k = c.buffer(sizeof(XvoVAD2State_GSMAMR));
+                     std::memset(c.bufs[k].data(), 0, sizeof(XvoVAD2State_GSMAMR));
+                     c.buffer(sizeof(Xvo16s));
+                     c.integer(0);
+                 },
+                 [](Call& c) {
+                     return xvosVAD2_GSMAMR_16s(c.p<Xvo16s>(0), c.p<XvoVAD2State_GSMAMR>(1), c.p<Xvo16s>(2),
+                                                static_cast<Xvo16s>(c.i(0)));
+                 },
+                 {0, 1, 2}, {}, {}});
+    r.push_back({"xvosFFTFwd_RToPerm_GSMAMR_16s_I", [](Call& c) { c.random16(128); },
+                 [](Call& c) { return xvosFFTFwd_RToPerm_GSMAMR_16s_I(c.p<Xvo16s>(0)); }, {0}, {}, {}});
+    r.push_back({"xvosPreemphasize_GSMAMR_16s",
+                 [](Call& c) {
+                     c.random16(80);
+                     c.buffer(80 * sizeof(Xvo16s));
+                     c.words({1234});
+                     c.integer(-26214);
+                     c.integer(80);
+                 },
+                 [](Call& c) {
+                     return xvosPreemphasize_GSMAMR_16s(static_cast<Xvo16s>(c.i(0)), c.p<Xvo16s>(0), c.p<Xvo16s>(1),
+                                                        c.i(1), c.p<Xvo16s>(2));
+                 },
+                 {0, 1, 2}, {1}, {}});
 
     // AMR-WB DTX histories: index 3, 8 x 16 ISFs, 8 energies.
     const auto wbDtx = [](Call& c) {
