@@ -4,6 +4,7 @@
 // into a voice metric, a threshold and hangover set by the long-term SNR, and the noise update.
 #include <algorithm>
 #include <cstddef>
+#include <cstdlib>
 
 #include "core/check.h"
 #include "core/fixed.h"
@@ -60,7 +61,17 @@ constexpr int16_t kHighAlpha = 29491, kLowAlpha = 22938, kDevThld = 7168;
 constexpr int16_t kCeeSm = 18022, kOneMinusCeeSm = 14746, kCneSm = 3277, kOneMinusCneSm = 29491;
 constexpr int16_t kUpdateThld = 35, kHysterThld = 6, kUpdateCntThld = 50;
 
-/// 64-point complex FFT in place (decimation in time, each stage halved), the core of the real FFT.
+/// Largest magnitude in x[0..127].
+int ownMaxAbs128(const int16_t* x) {
+    int m = 0;
+    for (int i = 0; i < kFft; ++i) m = std::max(m, std::abs(int(x[i])));
+    return m;
+}
+
+/// 64-point complex FFT in place (decimation in time, each stage halved), the core of the real
+/// FFT. A stage whose inputs all stay below 13500 in magnitude cannot saturate any operator (the
+/// rotated term stays below sqrt(2) 13500), so it runs on plain integers with the reference's
+/// rounding; otherwise on the saturating operators.
 void ownCFft(int16_t* x) {
     for (int i = 0, j = 0; i < kFft - 2; i += 2) {
         if (j > i) std::swap(x[i], x[j]), std::swap(x[i + 1], x[j + 1]);
@@ -70,9 +81,21 @@ void ownCFft(int16_t* x) {
     }
     for (int stage = 0; stage < 6; ++stage) {
         const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (kFft / 2 >> stage);
+        const bool exact = ownMaxAbs128(x) < 13500;
         for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {
+            const int32_t c = kPhs[ji], sn = kPhs[ji + 1];
             for (int k = j; k < kFft; k += kk) {
                 const int kj = k + jj;
+                if (exact) {
+                    const int32_t tr = (2 * (x[kj] * c - x[kj + 1] * sn) + 0x8000) >> 16;
+                    const int32_t ti = (2 * (x[kj + 1] * c + x[kj] * sn) + 0x8000) >> 16;
+                    const int32_t xr = x[k], xi = x[k + 1];
+                    x[kj] = static_cast<int16_t>((xr - tr) >> 1);
+                    x[kj + 1] = static_cast<int16_t>((xi - ti) >> 1);
+                    x[k] = static_cast<int16_t>((xr + tr) >> 1);
+                    x[k + 1] = static_cast<int16_t>((xi + ti) >> 1);
+                    continue;
+                }
                 const int16_t tr = round_fx(L_msu(L_mult(x[kj], kPhs[ji]), x[kj + 1], kPhs[ji + 1]));
                 const int16_t ti = round_fx(L_mac(L_mult(x[kj + 1], kPhs[ji]), x[kj], kPhs[ji + 1]));
                 x[kj] = shr(sub(x[k], tr), 1);
@@ -93,7 +116,19 @@ void ownRealFft128_16s(int16_t* x) {
     const int16_t r0 = x[0], r1 = x[1];
     x[0] = add(r0, r1);
     x[1] = sub(r0, r1);
+    // Below 6786 in magnitude no sum of the split can saturate either (at most 316436 times that).
+    const bool exact = ownMaxAbs128(x) < 6786;
     for (int i = 2, j = kFft - 2; i <= kFft / 2; i += 2, j = kFft - i) {
+        if (exact) {
+            const int32_t f1r = x[i] + x[j], f1i = x[i + 1] - x[j + 1], f2r = x[i + 1] + x[j + 1], f2i = x[j] - x[i];
+            const int32_t l1r = f1r * 65536, l1i = f1i * 65536;
+            auto rnd = [](int32_t v) { return static_cast<int16_t>(((v >> 1) + 0x8000) >> 16); };
+            x[i] = rnd(l1r + 2 * (f2r * kPhs[i] - f2i * kPhs[i + 1]));
+            x[i + 1] = rnd(l1i + 2 * (f2i * kPhs[i] + f2r * kPhs[i + 1]));
+            x[j] = rnd(l1r + 2 * (f2r * kPhs[j] + f2i * kPhs[j + 1]));
+            x[j + 1] = rnd(-l1i + 2 * (f2r * kPhs[j + 1] - f2i * kPhs[j]));
+            continue;
+        }
         const int16_t f1r = add(x[i], x[j]), f1i = sub(x[i + 1], x[j + 1]);
         const int16_t f2r = add(x[i + 1], x[j + 1]), f2i = sub(x[j], x[i]);
         const int32_t l1r = L_deposit_h(f1r), l1i = L_deposit_h(f1i);
