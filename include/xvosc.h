@@ -1220,6 +1220,48 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookGainCoeffs_GSMAMR_16s(const Xvo16s* pSrc
  *  @return xvoStsNullPtr when a pointer is null (argument order); else xvoStsOk. */
 XVOSC_API XvoStatus xvosAdaptiveCodebookGain_GSMAMR_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcFltAdptVector,
                                                        Xvo16s* pResultGain);
+/** Algebraic (fixed) codebook search for one subframe (TS 26.073 cbsearch): the target's
+ *  correlation with the impulse response fixes each position's sign, the response's signed
+ *  correlation matrix is formed, and the pulses are searched depth-first per mode: 2 pulses
+ *  (4.75/5.15, tracks by subframe; 5.9), 3 (6.7), 4 (7.4/7.95), 8 (10.2) or 10 (12.2 and 25). The
+ *  pulse sharpening: 4.75..7.95 run the search on a copy of h sharpened with twice the gain
+ *  (saturating) from the lag on and sharpen the code vector the same way (the caller's h is left
+ *  as it was); 10.2 doubles the gain as a plain 16-bit value (it never exceeds 1.0 in Q14 there),
+ *  12.2 and 25 with saturation, and both apply xvosHarmonicFilter_16s_I with it to the caller's h
+ *  (from the lag on) before the search and to the code vector after it, when the lag is below 40.
+ *  @param valIntPitchLag         in: integer pitch lag, 17..144.
+ *  @param valShrapGain           in: pitch sharpening gain, Q14 (the quantised pitch gain for 12.2).
+ *  @param pSrcFixedTarget        in: 40 target samples.
+ *  @param pSrcLtpResidual        in: 40 samples of residual after long-term prediction (read by
+ *                                10.2, 12.2 and 25 only; may be null for the other modes).
+ *  @param pSrcDstImpulseResponse in/out: 40 samples of impulse response, Q12 (sharpened in place
+ *                                by 10.2, 12.2 and 25).
+ *  @param pDstFixedVector        out: 40 samples of code vector (pulses +8191/-8192, +-4096 for 12.2).
+ *  @param pDstFltFixedVector     out: 40 samples, the code vector filtered by h.
+ *  @param pDstEncPosSign         out: the index words in the reference's order: 2 (positions, signs)
+ *                                for 4.75..7.95, 7 for 10.2, 10 for 12.2 and 25; others untouched.
+ *  @param subFrame               in: 0..3.
+ *  @param mode                   in: 0, 1, 3, 6, 7, 8, 11, 12 or 25.
+ *  @return xvoStsNullPtr when the target, response, code, filtered-code or index pointer is null
+ *          (argument order); xvoStsRange when the subframe, lag or mode is not accepted;
+ *          xvoStsNullPtr when the residual is null for 10.2, 12.2 or 25; else xvoStsOk. A failing
+ *          call writes nothing. */
+XVOSC_API XvoStatus xvosAlgebraicCodebookSearch_GSMAMR_16s(Xvo16s valIntPitchLag, Xvo16s valShrapGain,
+                                                          const Xvo16s* pSrcFixedTarget, const Xvo16s* pSrcLtpResidual,
+                                                          Xvo16s* pSrcDstImpulseResponse, Xvo16s* pDstFixedVector,
+                                                          Xvo16s* pDstFltFixedVector, Xvo16s* pDstEncPosSign,
+                                                          Xvo16s subFrame, XvoSpeechRate mode);
+
+/** xvosAlgebraicCodebookSearch_GSMAMR_16s with a caller work buffer, for callers that pass one;
+ *  the search needs no memory beyond its stack, so the buffer is only checked.
+ *  @param pBuffer in: the caller's work buffer (any size; not used).
+ *  @return xvoStsNullPtr when pBuffer is null; else as xvosAlgebraicCodebookSearch_GSMAMR_16s. */
+XVOSC_API XvoStatus xvosAlgebraicCodebookSearchEX_GSMAMR_16s(Xvo16s valIntPitchLag, Xvo16s valShrapGain,
+                                                            const Xvo16s* pSrcFixedTarget,
+                                                            const Xvo16s* pSrcLtpResidual,
+                                                            Xvo16s* pSrcDstImpulseResponse, Xvo16s* pDstFixedVector,
+                                                            Xvo16s* pDstFltFixedVector, Xvo16s* pDstEncPosSign,
+                                                            Xvo16s subFrame, XvoSpeechRate mode, Xvo8u* pBuffer);
 /* @section gsmamr:end */
 
 /* ======================================================================== */

@@ -59,6 +59,13 @@ const Case kCases[] = {
                                                       r.s16("exc"), r.s16("frac"), r.s16("index"), r.s16("vec"),
                                                       static_cast<Xvo16s>(r.v("subframe")), XvoSpeechRate(r.v("mode")));
      }},
+    {"amrnb/xvosAlgebraicCodebookSearch_GSMAMR_16s.txt", 1500,
+     [](GoldenRow& r) {
+         return xvosAlgebraicCodebookSearch_GSMAMR_16s(
+             static_cast<Xvo16s>(r.v("lag")), static_cast<Xvo16s>(r.v("gain")), r.s16("target"), r.s16("ltpRes"),
+             r.s16("h"), r.s16("code"), r.s16("filtCode"), r.s16("indices"), static_cast<Xvo16s>(r.v("subframe")),
+             XvoSpeechRate(r.v("mode")));
+     }},
     {"amrwb/xvosEncDTXBuffer_AMRWB_16s.txt", 700,
      [](GoldenRow& r) {
          return xvosEncDTXBuffer_AMRWB_16s(r.s16("speech"), r.s16("isf"), r.s16("index"), r.s16("isfHist"),

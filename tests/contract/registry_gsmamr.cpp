@@ -199,6 +199,49 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                {0, 1, 2}, {}, {}};
     vad1.fuzzRange = {{0, {-32768, 32767}}};
     r.push_back(vad1);
+    // Algebraic search: lag 30 (sharpening active), gain 0.8, 12.2; buffers target, residual, h,
+    // code, filtered code, 10 index words.
+    auto acelp = [](Call& c) {
+        c.random16(40, -3000, 3000);
+        c.random16(40, -3000, 3000);
+        std::vector<int16_t> h(40);
+        for (int i = 0; i < 40; ++i) h[i] = static_cast<int16_t>(4096 >> (i / 4));
+        c.words(h);
+        c.buffer(40 * sizeof(Xvo16s));
+        c.buffer(40 * sizeof(Xvo16s));
+        c.buffer(10 * sizeof(Xvo16s));
+        c.integer(30);
+        c.integer(13107);
+        c.integer(2);
+        c.integer(XVO_BITRATE_12200);
+    };
+    const std::vector<Variant> acelpBad = {intIs(2, 4, xvoStsRange), intIs(0, 16, xvoStsRange),
+                                           intIs(0, 145, xvoStsRange), intIs(3, 2, xvoStsRange),
+                                           {"null residual at 12.2", [](Call& c) { c.null[1] = true; }, xvoStsNullPtr}};
+    Entry algSearch{"xvosAlgebraicCodebookSearch_GSMAMR_16s", acelp,
+              [](Call& c) {
+                  return xvosAlgebraicCodebookSearch_GSMAMR_16s(
+                      static_cast<Xvo16s>(c.i(0)), static_cast<Xvo16s>(c.i(1)), c.p<Xvo16s>(0), c.p<Xvo16s>(1),
+                      c.p<Xvo16s>(2), c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5), static_cast<Xvo16s>(c.i(2)),
+                      XvoSpeechRate(c.i(3)));
+              },
+              {0, 2, 3, 4, 5}, {}, acelpBad};
+    algSearch.fuzzRange = {{0, {10, 150}}, {1, {-32768, 32767}}, {2, {-1, 4}}, {3, {0, 13}}};
+    r.push_back(algSearch);
+    Entry acbEx{"xvosAlgebraicCodebookSearchEX_GSMAMR_16s",
+                [acelp](Call& c) {
+                    acelp(c);
+                    c.buffer(64);
+                },
+                [](Call& c) {
+                    return xvosAlgebraicCodebookSearchEX_GSMAMR_16s(
+                        static_cast<Xvo16s>(c.i(0)), static_cast<Xvo16s>(c.i(1)), c.p<Xvo16s>(0), c.p<Xvo16s>(1),
+                        c.p<Xvo16s>(2), c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5),
+                        static_cast<Xvo16s>(c.i(2)), XvoSpeechRate(c.i(3)), c.p<Xvo8u>(6));
+                },
+                {6, 0, 2, 3, 4, 5}, {}, acelpBad};
+    acbEx.fuzzRange = algSearch.fuzzRange;
+    r.push_back(acbEx);
     r.push_back({"xvosVAD2_GSMAMR_16s",
                  [](Call& c) {
                      c.random16(160, -12000, 12000);
