@@ -9,6 +9,7 @@
 #include "amr/gsmamr_common.h"
 #include "core/check.h"
 #include "core/fixed.h"
+#include "core/generic_kernels.h"
 #include "g729/gain.h"
 #include "xvosc.h"
 
@@ -25,16 +26,24 @@ constexpr int16_t kGray[8] = {0, 1, 3, 2, 6, 4, 5, 7};
 }  // namespace
 
 void ownCorHX(const int16_t* h, const int16_t* x, int16_t* dn, int sf, int nbTrack, int step) {
+    // y32[i] = sum_j L_mac(x[j], h[j - i]): exact sums (core kernel) when Cauchy-Schwarz keeps every
+    // partial sum inside 32 bits (4 Ex Eh below (2^31 - 1)^2), else the saturating operators.
     int32_t y32[kL], tot = 5;
-    for (int k = 0; k < nbTrack; ++k) {
-        int32_t mx = 0;
-        for (int i = k; i < kL; i += step) {
+    const auto& g = generic::ownGenericKernels();
+    if (generic::ownFits32(4 * g.energy(x, kL), g.energy(h, kL))) {
+        int64_t c[kL];
+        g.xcorrTrunc(h, x, kL, kL, c);
+        for (int i = 0; i < kL; ++i) y32[i] = static_cast<int32_t>(2 * c[i]);
+    } else {
+        for (int i = 0; i < kL; ++i) {
             int32_t s = 0;
             for (int j = i; j < kL; ++j) s = L_mac(s, x[j], h[j - i]);
             y32[i] = s;
-            s = L_abs(s);
-            if (s > mx) mx = s;
         }
+    }
+    for (int k = 0; k < nbTrack; ++k) {
+        int32_t mx = 0;
+        for (int i = k; i < kL; i += step) mx = std::max(mx, L_abs(y32[i]));
         tot = L_add(tot, L_shr(mx, 1));
     }
     const int16_t j = sub(norm_l(tot), static_cast<int16_t>(sf));
@@ -75,6 +84,28 @@ void ownCorH(const int16_t* h, const int16_t* sign, int16_t (*rr)[kL]) {
         // Scale the response to unit energy (0.99 of it), in Q9.
         const int16_t k = mult(extract_h(L_shl(g729::ownInvSqrt_G729(L_shr(s, 1)), 7)), 32440);
         for (int i = 0; i < kL; ++i) h2[i] = round_fx(L_shl(L_mult(h[i], k), 9));
+    }
+    // When 2 sum h2^2 fits in 32 bits no partial sum below can saturate (each is bounded by that
+    // energy), so plain integer sums are the reference's.
+    int64_t e2 = 0;
+    for (int i = 0; i < kL; ++i) e2 += int32_t(h2[i]) * h2[i];
+    if (2 * e2 + 0x8000 <= MAX_32) {
+        int32_t d = 0;
+        for (int k = 0, i = kL - 1; k < kL; ++k, --i) {
+            d += 2 * int32_t(h2[k]) * h2[k];
+            rr[i][i] = extract_h(d + 0x8000);
+        }
+        for (int dec = 1; dec < kL; ++dec) {
+            int32_t c = 0;
+            for (int k = 0, j = kL - 1, i = kL - 1 - dec; k < kL - dec; ++k, --i, --j) {
+                c += 2 * int32_t(h2[k]) * h2[k + dec];
+                // mult() of the rounded sum by mult(sign, sign): the signs are +-32767, so neither
+                // product can saturate and plain shifts give the same values.
+                const int32_t sp = (int32_t(sign[i]) * sign[j]) >> 15;
+                rr[j][i] = rr[i][j] = static_cast<int16_t>((((c + 0x8000) >> 16) * sp) >> 15);
+            }
+        }
+        return;
     }
     s = 0;
     for (int k = 0, i = kL - 1; k < kL; ++k, --i) {

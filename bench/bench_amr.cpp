@@ -133,6 +133,39 @@ void BM_VAD2Golden(benchmark::State& state) {
 }
 BENCHMARK(BM_VAD2Golden)->Name("gsmamr/VAD2_golden/xvosc");
 
+// The algebraic search on the golden file's captured inputs, every accepted line in turn.
+void BM_AlgebraicSearchGolden(benchmark::State& state) {
+    static const auto g = xvobench::loadGoldenInputs("amrnb/xvosAlgebraicCodebookSearch_GSMAMR_16s.txt");
+    struct Case {
+        std::vector<Xvo16s> target, res, h;
+        Xvo16s lag, gain, sf, mode;
+    };
+    std::vector<Case> cases;
+    for (size_t r = 0; r < g.rows.size(); ++r) {
+        const int mode = g.value(r, "mode"), sf = g.value(r, "subframe"), lag = g.value(r, "lag");
+        const bool ok = mode == 0 || mode == 1 || mode == 3 || mode == 6 || mode == 7 || mode == 8 || mode == 11 ||
+                        mode == 12 || mode == 25;
+        if (!ok || sf < 0 || sf > 3 || lag < 17 || lag > 144) continue;
+        cases.push_back({g.get(r, "target"), g.get(r, "ltpRes"), g.get(r, "h"), static_cast<Xvo16s>(lag),
+                         static_cast<Xvo16s>(g.value(r, "gain")), static_cast<Xvo16s>(sf), static_cast<Xvo16s>(mode)});
+    }
+    if (cases.empty()) {
+        state.SkipWithError("golden inputs not found");
+        return;
+    }
+    Xvo16s h[40], code[40], y[40], idx[10];
+    size_t k = 0;
+    for (auto _ : state) {
+        const Case& c = cases[k];
+        std::copy(c.h.begin(), c.h.end(), h);
+        xvosAlgebraicCodebookSearch_GSMAMR_16s(c.lag, c.gain, c.target.data(), c.res.data(), h, code, y, idx, c.sf,
+                                               XvoSpeechRate(c.mode));
+        benchmark::DoNotOptimize(y);
+        k = (k + 1) % cases.size();
+    }
+}
+BENCHMARK(BM_AlgebraicSearchGolden)->Name("gsmamr/AlgebraicCodebookSearch_golden/xvosc");
+
 void BM_QuantLSPDecode(benchmark::State& state) {
     Xvo16s idx[5] = {20, 100, 30, 17, 9}, res[10] = {}, past[10] = {1384, 2077, 3420, 5108, 6742, 8122, 9863, 11092, 12714, 13701};
     Xvo16s lsp[20], lsf[20];
