@@ -21,5 +21,6 @@ extern const int16_t kDico2Lsf5[1024];  // 12.2 split 2, 256 x 4 (dico2_lsf_5)
 extern const int16_t kDico3Lsf5[1024];  // 12.2 split 3, 256 x 4, signed (dico3_lsf_5)
 extern const int16_t kDico4Lsf5[1024];  // 12.2 split 4, 256 x 4 (dico4_lsf_5)
 extern const int16_t kDico5Lsf5[256];  // 12.2 split 5, 64 x 4 (dico5_lsf_5)
+extern const int16_t kPastRqInit[80];  // the 8 initial LSF residual predictions of the SID quantiser (past_rq_init)
 
 }  // namespace xvo::gsmamr

@@ -1438,6 +1438,36 @@ XVOSC_API XvoStatus xvosFFTFwd_RToPerm_GSMAMR_16s_I(Xvo16s* pSrcDst);
  *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsSize when len < 1; else
  *          xvoStsOk. */
 XVOSC_API XvoStatus xvosPreemphasize_GSMAMR_16s(Xvo16s gamma, const Xvo16s* pSrc, Xvo16s* pDst, int len, Xvo16s* pMem);
+/** Encoder silence-descriptor analysis (TS 26.073 dtx_enc with the SID path of the LSF quantiser),
+ *  run on each frame coded as DTX. A new SID is computed when computeSidFlag is set, and also when
+ *  the stored log-energy index is 0 (after a reset, or after a SID of index 0), as the reference
+ *  encoder does; otherwise nothing is written and the stored parameters are sent again. Computing:
+ *  the 8 log energies (each / 4) are summed and halved, the 8 LSP rows averaged (sum >> 3); the
+ *  log-energy index is ((energy + 2560 + 128) >> 8) limited to 0..63; both gain predictor memories
+ *  restart from it (4 values of ((index << 8) - 11560) limited to -14436..0, and 4 of that times
+ *  5443 in Q15 for 12.2); the averaged LSPs, made ordered (LSF gap 205), are quantised with the
+ *  best of the 8 initial MA predictions (the init index) and the 3 weighted split codebooks
+ *  (256 x 3, 512 x 3, 512 x 4) of the modes below 12.2; the quantised residual becomes the LSF
+ *  quantiser's memory.
+ *  Groups of pointers: the DTX state (histories and stored SID), the LSF quantiser state, the gain
+ *  predictor memories.
+ *  @param pSrcLSPHist           in: 8 rows of 10 LSPs (the encoder's DTX history).
+ *  @param pSrcLogEnHist         in: 8 log energies (Q10, halved, as the encoder history stores them).
+ *  @param pSrcDstSidParams      in/out: the SID parameters in transmission order: init index (3
+ *                               bits), the three LSF indices (8, 9, 9 bits), the log-energy index
+ *                               (6 bits); zero them at reset.
+ *  @param pSrcDstPastRq         in/out: 10 values, the LSF quantiser's past quantised residual.
+ *  @param pDstLSPQ              out: 10 quantised LSPs of the SID (written when computed).
+ *  @param pSrcDstPastQuaEn      in/out: 4 past quantised energies of the gain predictor (modes
+ *                               below 12.2).
+ *  @param pSrcDstPastQuaEnMR122 in/out: 4 past quantised energies of the 12.2 gain predictor.
+ *  @param computeSidFlag        in: non-zero to compute a new SID (the DTX handler's flag).
+ *  @return xvoStsNullPtr when a pointer of the first group (3), then of the second (2), then of
+ *          the third (2) is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosEncDTXSID_GSMAMR_16s(const Xvo16s* pSrcLSPHist, const Xvo16s* pSrcLogEnHist,
+                                            Xvo16s* pSrcDstSidParams, Xvo16s* pSrcDstPastRq, Xvo16s* pDstLSPQ,
+                                            Xvo16s* pSrcDstPastQuaEn, Xvo16s* pSrcDstPastQuaEnMR122,
+                                            Xvo16s computeSidFlag);
 /* @section gsmamr_vad2dtx:end */
 
 /* ======================================================================== */

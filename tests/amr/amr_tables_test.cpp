@@ -25,7 +25,7 @@ TEST(AmrTables, SizesSumsAndSpotValues) {
         {"pred_fac_3", kPredFac3, 107652, 9556, 6484},         {"dico1_lsf_3", kDico1Lsf3, 381220, 6, 446},
         {"dico2_lsf_3", kDico2Lsf3, 44865, 0, 0},              {"dico3_lsf_3", kDico3Lsf3, -28932, 0, 0},
         {"mr515_3_lsf", kMr515Lsf3, -34788, 0, 0},             {"mr795_1_lsf", kMr795Lsf1, 71737, 0, 0},
-        {"mean_lsf_5", kMeanLsf5, 74223, 1384, 13701},         {"dico1_lsf_5", kDico1Lsf5, 142291, 0, 0},
+        {"mean_lsf_5", kMeanLsf5, 74223, 1384, 13701},         {"past_rq_init", kPastRqInit, -17243, -258, 515},         {"dico1_lsf_5", kDico1Lsf5, 142291, 0, 0},
         {"dico2_lsf_5", kDico2Lsf5, 194273, 0, 0},             {"dico3_lsf_5", kDico3Lsf5, -82706, 0, 0},
         {"dico4_lsf_5", kDico4Lsf5, -97234, 0, 0},             {"dico5_lsf_5", kDico5Lsf5, -6167, 0, 0},
         {"mean_isf", kMeanIsf, 119497, 738, 4037},             {"dico1_isf", kDico1Isf, 126081, 579, 364},

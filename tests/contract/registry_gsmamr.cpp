@@ -199,6 +199,25 @@ void addGsmAmrEntries(std::vector<Entry>& r) {
                {0, 1, 2}, {}, {}};
     vad1.fuzzRange = {{0, {-32768, 32767}}};
     r.push_back(vad1);
+    r.push_back({"xvosEncDTXSID_GSMAMR_16s",
+                 [](Call& c) {
+                     std::vector<int16_t> hist(80);
+                     for (int i = 0; i < 80; ++i) hist[i] = static_cast<int16_t>(30000 - 6000 * (i % 10));
+                     c.words(hist);
+                     c.random16(8, -5000, 1000);
+                     c.words({0, 0, 0, 0, 0});
+                     c.buffer(10 * sizeof(Xvo16s));
+                     c.buffer(10 * sizeof(Xvo16s));
+                     c.buffer(4 * sizeof(Xvo16s));
+                     c.buffer(4 * sizeof(Xvo16s));
+                     c.integer(1);
+                 },
+                 [](Call& c) {
+                     return xvosEncDTXSID_GSMAMR_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                     c.p<Xvo16s>(4), c.p<Xvo16s>(5), c.p<Xvo16s>(6),
+                                                     static_cast<Xvo16s>(c.i(0)));
+                 },
+                 {0, 1, 2, 3, 4, 5, 6}, {}, {}});
     // Algebraic search: lag 30 (sharpening active), gain 0.8, 12.2; buffers target, residual, h,
     // code, filtered code, 10 index words.
     auto acelp = [](Call& c) {
