@@ -8,6 +8,7 @@
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "core/generic_kernels.h"
 #include "core/helpers.h"
 #include "g729/gain.h"
 #include "xvosc.h"
@@ -61,12 +62,8 @@ constexpr int16_t kHighAlpha = 29491, kLowAlpha = 22938, kDevThld = 7168;
 constexpr int16_t kCeeSm = 18022, kOneMinusCeeSm = 14746, kCneSm = 3277, kOneMinusCneSm = 29491;
 constexpr int16_t kUpdateThld = 35, kHysterThld = 6, kUpdateCntThld = 50;
 
-/// Largest magnitude in x[0..127].
-int ownMaxAbs128(const int16_t* x) {
-    int m = 0;
-    for (int i = 0; i < kFft; ++i) m = std::max(m, std::abs(int(x[i])));
-    return m;
-}
+/// Largest magnitude in x[0..127] (-32768 counted as 32767, which fails every bound used here).
+int ownMaxAbs128(const int16_t* x) { return generic::ownGenericKernels().maxAbs(x, kFft); }
 
 /// 64-point complex FFT in place (decimation in time, each stage halved), the core of the real
 /// FFT. A stage whose inputs all stay below 13500 in magnitude cannot saturate any operator (the
@@ -81,21 +78,25 @@ void ownCFft(int16_t* x) {
     }
     for (int stage = 0; stage < 6; ++stage) {
         const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (kFft / 2 >> stage);
-        const bool exact = ownMaxAbs128(x) < 13500;
+        if (ownMaxAbs128(x) < 13500) {
+            for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {
+                const int32_t c = kPhs[ji], sn = kPhs[ji + 1];
+                for (int k = j; k < kFft; k += kk) {
+                    const int kj = k + jj;
+                    const int32_t br = x[kj], bi = x[kj + 1], ar = x[k], ai = x[k + 1];
+                    const int32_t tr = (2 * (br * c - bi * sn) + 0x8000) >> 16;
+                    const int32_t ti = (2 * (bi * c + br * sn) + 0x8000) >> 16;
+                    x[kj] = static_cast<int16_t>((ar - tr) >> 1);
+                    x[kj + 1] = static_cast<int16_t>((ai - ti) >> 1);
+                    x[k] = static_cast<int16_t>((ar + tr) >> 1);
+                    x[k + 1] = static_cast<int16_t>((ai + ti) >> 1);
+                }
+            }
+            continue;
+        }
         for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {
-            const int32_t c = kPhs[ji], sn = kPhs[ji + 1];
             for (int k = j; k < kFft; k += kk) {
                 const int kj = k + jj;
-                if (exact) {
-                    const int32_t tr = (2 * (x[kj] * c - x[kj + 1] * sn) + 0x8000) >> 16;
-                    const int32_t ti = (2 * (x[kj + 1] * c + x[kj] * sn) + 0x8000) >> 16;
-                    const int32_t xr = x[k], xi = x[k + 1];
-                    x[kj] = static_cast<int16_t>((xr - tr) >> 1);
-                    x[kj + 1] = static_cast<int16_t>((xi - ti) >> 1);
-                    x[k] = static_cast<int16_t>((xr + tr) >> 1);
-                    x[k + 1] = static_cast<int16_t>((xi + ti) >> 1);
-                    continue;
-                }
                 const int16_t tr = round_fx(L_msu(L_mult(x[kj], kPhs[ji]), x[kj + 1], kPhs[ji + 1]));
                 const int16_t ti = round_fx(L_mac(L_mult(x[kj + 1], kPhs[ji]), x[kj], kPhs[ji + 1]));
                 x[kj] = shr(sub(x[k], tr), 1);
