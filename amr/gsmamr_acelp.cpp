@@ -4,6 +4,7 @@
 // formed with those signs, and the pulses are searched track by track by the depth-first rules of
 // each mode; then the code vector, its filtered version and the index words are built.
 #include <algorithm>
+#include <cstdlib>
 
 #include "amr/gsmamr_acelp.h"
 #include "amr/gsmamr_common.h"
@@ -135,6 +136,24 @@ Best ownNextPulse(const int16_t* dn, const int16_t (*rr)[kL], int start, int16_t
                   int16_t diagW, const int (&prev)[N], int16_t crossW) {
     Best b;
     b.ix = start;
+    // Plain integers give the operators' results while no sum can leave 32 bits (every matrix
+    // entry is at most 32767 in magnitude) and no pulse sum can pass 32767 (dn holds magnitudes).
+    int32_t md = 0;
+    for (int i = start; i < kL; i += 5) md = std::max(md, int32_t(dn[i]));
+    const int64_t bound = std::abs(int64_t(alp0)) + 2 * 32767 * (int64_t(diagW) + int64_t(N) * crossW) + 0x8000;
+    if (ps0 >= 0 && ps0 + md <= 32767 && bound <= MAX_32) {
+        for (int i = start; i < kL; i += 5) {
+            const int32_t ps1 = ps0 + dn[i];
+            int32_t a = alp0 + 2 * rr[i][i] * diagW;
+            for (int p = N - 1; p >= 0; --p) a += 2 * rr[prev[p]][i] * crossW;
+            const int32_t sq1 = (ps1 * ps1) >> 15, alp16 = (a + 0x8000) >> 16;
+            if (2 * int64_t(b.alp) * sq1 - 2 * int64_t(b.sq) * alp16 > 0) {
+                b.sq = static_cast<int16_t>(sq1), b.ps = static_cast<int16_t>(ps1);
+                b.alp = static_cast<int16_t>(alp16), b.ix = i;
+            }
+        }
+        return b;
+    }
     for (int i = start; i < kL; i += 5) {
         const int16_t ps1 = add(ps0, dn[i]);
         int32_t a = L_mac(alp0, rr[i][i], diagW);
@@ -346,6 +365,19 @@ void ownSetSign12k2(int16_t* dn, const int16_t* cn, int16_t* sign, int16_t* posM
     }
 }
 
+/// Bounds of the diagonal and off-diagonal magnitudes of the correlation matrix.
+struct OwnRrBound {
+    int32_t diag = 0, off = 0;
+};
+OwnRrBound ownRrBound(const int16_t (*rr)[kL]) {
+    OwnRrBound b;
+    // The whole matrix's largest magnitude stands for the off-diagonal one (the core's vector
+    // kernel counts -32768 as 32767, so the bound adds one).
+    b.off = generic::ownGenericKernels().maxAbs(&rr[0][0], kL * kL) + 1;
+    for (int i = 0; i < kL; ++i) b.diag = std::max(b.diag, std::abs(int32_t(rr[i][i])));
+    return b;
+}
+
 /// The 8- and 10-pulse search (search_10and8i40): pulses 0 and 1 at the track maxima, then pairs
 /// of pulses searched jointly, level by level, for each of the nbTracks - 1 rotations of the
 /// track order.
@@ -358,6 +390,7 @@ void ownSearch10and8(int nbPulse, int step, int nbTracks, const int16_t* dn, con
                                   {2048, 4096, 512, 1024, 8192, 1024},
                                   {2048, 4096, 256, 512, 4096, 512}};
     const int levels = nbPulse / 2 - 1;
+    const OwnRrBound bound = ownRrBound(rr);
     int16_t psk = -1, alpk = 1;
     for (int i = 0; i < nbPulse; ++i) codvec[i] = i;
     const int i0 = posMax[ipos[0]];
@@ -374,15 +407,51 @@ void ownSearch10and8(int nbPulse, int step, int nbTracks, const int16_t* dn, con
             const int16_t* w = kW[lv];
             const int np = 2 * (lv + 1), a0 = ipos[np], b0 = ipos[np + 1];
             if (lv > 0) alp0 = L_mult(alp, 16384);
+            // While every sum below stays inside 32 bits (bounded from the largest diagonal and
+            // off-diagonal entries, the precomputed row and the carried energy) and no pulse sum
+            // can pass 32767 (the correlations are magnitudes), plain integers give the
+            // operators' results.
             int16_t rrv[kL];
+            const bool rrvPlain = 2 * (int64_t(bound.diag) * w[0] + int64_t(np) * bound.off * w[1]) + 0x8000 <= MAX_32;
+            int32_t v = 0;
             for (int ib = b0; ib < kL; ib += step) {
-                int32_t t = L_mult(rr[ib][ib], w[0]);
-                for (int p = 0; p < np; ++p) t = L_mac(t, rr[pulse[p]][ib], w[1]);
-                rrv[ib] = round_fx(t);
+                if (rrvPlain) {
+                    int32_t t = 2 * rr[ib][ib] * w[0];
+                    for (int p = 0; p < np; ++p) t += 2 * rr[pulse[p]][ib] * w[1];
+                    rrv[ib] = static_cast<int16_t>((t + 0x8000) >> 16);
+                } else {
+                    int32_t t = L_mult(rr[ib][ib], w[0]);
+                    for (int p = 0; p < np; ++p) t = L_mac(t, rr[pulse[p]][ib], w[1]);
+                    rrv[ib] = round_fx(t);
+                }
+                v = std::max(v, std::abs(int32_t(rrv[ib])));
             }
+            const int64_t alpBound = std::abs(int64_t(alp0)) + 2 * (int64_t(bound.diag) * w[2] + int64_t(np) * bound.off * w[3]) +
+                                     2 * (int64_t(v) * w[4] + int64_t(bound.off) * w[5]) + 0x8000;
             const int16_t ps0 = ps;
             sq = -1, alp = 1, ps = 0;
             int ia = a0, ibBest = b0;
+            int32_t ma = 0, mb = 0;
+            for (int a = a0; a < kL; a += step) ma = std::max(ma, int32_t(dn[a]));
+            for (int b = b0; b < kL; b += step) mb = std::max(mb, int32_t(dn[b]));
+            if (ps0 >= 0 && ps0 + ma + mb <= 32767 && alpBound <= MAX_32) {
+                for (int a = a0; a < kL; a += step) {
+                    const int32_t ps1 = ps0 + dn[a];
+                    int32_t alp1 = alp0 + 2 * rr[a][a] * w[2];
+                    for (int p = 0; p < np; ++p) alp1 += 2 * rr[pulse[p]][a] * w[3];
+                    for (int b = b0; b < kL; b += step) {
+                        const int32_t ps2 = ps1 + dn[b];
+                        const int32_t alp2 = alp1 + 2 * rrv[b] * w[4] + 2 * rr[a][b] * w[5];
+                        const int32_t sq2 = (ps2 * ps2) >> 15, alp16 = (alp2 + 0x8000) >> 16;
+                        if (2 * int64_t(alp) * sq2 - 2 * int64_t(sq) * alp16 > 0) {
+                            sq = static_cast<int16_t>(sq2), ps = static_cast<int16_t>(ps2);
+                            alp = static_cast<int16_t>(alp16), ia = a, ibBest = b;
+                        }
+                    }
+                }
+                pulse[np] = ia, pulse[np + 1] = ibBest;
+                continue;
+            }
             for (int a = a0; a < kL; a += step) {
                 const int16_t ps1 = add(ps0, dn[a]);
                 int32_t alp1 = L_mac(alp0, rr[a][a], w[2]);
