@@ -1084,6 +1084,54 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
 /* G.723.1 adaptive codebook, pitch, postfilter, codebooks and gains      */
 /* ======================================================================== */
 /* @section g723:begin */
+/*
+ * G.723.1 (ITU-T G.723.1, 240-sample frames of four 60-sample subframes) pitch-side kernels.
+ * The caller keeps every state; rate is 4 for 6.3 kbit/s and 2 for 5.3 kbit/s.
+ */
+
+/** Harmonic noise-weighting search (G.723.1 2.11, the encoder step Comp_Pw): for the lags
+ *  valLag - 3 .. valLag + 3, the cross-correlation of the subframe with the lagged signal and the
+ *  lagged energy, all normalised to the largest; the lag maximising cross^2 / energy among positive
+ *  crosses is chosen, and its gain is 0x2800 x cross / energy (at most 0x2800) when the prediction
+ *  gain passes 3/8 of the energy product, else 0. With no positive cross the lag is valLag, gain 0.
+ *  @param valLag   in: open-loop lag, 18..145.
+ *  @param pSrc     in: the subframe's 60 formant-weighted samples, preceded by valLag + 3 readable
+ *                  samples of history.
+ *  @param pDstGain out: the harmonic filter gain, Q15 (0..0x2800).
+ *  @param pDstLag  out: the harmonic lag.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsRange when valLag is
+ *          outside 18..145; else xvoStsOk. */
+XVOSC_API XvoStatus xvosHarmonicSearch_G723_16s(Xvo16s valLag, const Xvo16s* pSrc, Xvo16s* pDstGain, Xvo16s* pDstLag);
+
+/** Pitch postfilter analysis of one subframe (G.723.1 3.6, the decoder steps Comp_Lpf, Find_B,
+ *  Find_F, Get_Ind): the backward and forward lags of largest positive correlation around valLag
+ *  (limited to 142; a forward lag only while the lagged subframe stays inside the frame), the
+ *  better of the two by cross^2 / energy, its gain (0x1800 at 6.3, 0x2000 at 5.3 kbit/s, scaled by
+ *  cross / energy when that is below one, and 0 when the prediction gain is too small) and the
+ *  energy-preserving scaling gain.
+ *  @param valLag        in: the half-frame's open-loop lag, 18..145.
+ *  @param pSrc          in: 145 samples of excitation history, then the 240 samples of the frame's
+ *                       decoded excitation (385 values).
+ *  @param pDstLag       out: negative for a backward lag, positive for a forward one, 0 for none.
+ *  @param pDstGain      out: the postfilter gain, already multiplied by the scaling gain (Q15).
+ *  @param pDstGainScale out: the scaling gain (Q15; 0x7fff when not filtering).
+ *  @param subFrame      in: 0..3.
+ *  @param rate          in: 4 or 2.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsRange when the rate, the
+ *          subframe or the lag is not accepted; else xvoStsOk. */
+XVOSC_API XvoStatus xvosPitchPostFilter_G723_16s(Xvo16s valLag, const Xvo16s* pSrc, Xvo16s* pDstLag, Xvo16s* pDstGain,
+                                                Xvo16s* pDstGainScale, Xvo16s subFrame, int rate);
+
+/** Decoder gain control of one postfiltered subframe (G.723.1 3.8, the step Scale): the target gain
+ *  is the square root (14 trial bits) of the energy before postfiltering over the energy after it
+ *  (60 samples pre-shifted by 2), or unity (0x1000) when either is zero; the running gain moves a
+ *  sixteenth of the way towards it per sample, and each sample is scaled by gain x 17/16.
+ *  @param energy      in: energy of the subframe before the formant postfilter (not negative).
+ *  @param pSrcDst     in/out: the 60 postfiltered samples, scaled in place.
+ *  @param pSrcDstGain in/out: the running gain, Q12.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsBadArg when energy is
+ *          negative; else xvoStsOk. A failing call writes nothing. */
+XVOSC_API XvoStatus xvosGainControl_G723_16s_I(Xvo32s energy, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
 /* @section g723:end */
 
 /* ======================================================================== */

@@ -10,11 +10,7 @@ using xvotest::replayGolden;
 
 namespace {
 
-struct Case {
-    const char* file;
-    size_t minRows;
-    XvoStatus (*call)(GoldenRow&);
-};
+using Case = xvotest::GoldenCase;
 
 const Case kCases[] = {
     {"amrnb/xvosEncDTXHandler_GSMAMR_16s.txt", 2000,
@@ -100,21 +96,10 @@ const Case kCases[] = {
      }},
 };
 
-void PrintTo(const Case& c, std::ostream* os) { *os << c.file; }
-
 class AmrGolden : public ::testing::TestWithParam<Case> {};
 
-TEST_P(AmrGolden, EveryLine) {
-    const Case& c = GetParam();
-    if (!xvotest::findVector(std::string("golden/") + c.file) && !xvotest::vectorsRequired())
-        GTEST_SKIP() << "SKIPPED: vector " << c.file << " not found under " << xvotest::vectorsDir();
-    EXPECT_GE(replayGolden(c.file, c.call), c.minRows);
-}
+TEST_P(AmrGolden, EveryLine) { xvotest::runGoldenCase(GetParam()); }
 
-INSTANTIATE_TEST_SUITE_P(Files, AmrGolden, ::testing::ValuesIn(kCases), [](const auto& info) {
-    std::string n = info.param.file;
-    n = n.substr(n.find("xvos") + 4);
-    return n.substr(0, n.find(".txt"));
-});
+INSTANTIATE_TEST_SUITE_P(Files, AmrGolden, ::testing::ValuesIn(kCases), xvotest::goldenCaseName);
 
 }  // namespace

@@ -82,4 +82,26 @@ size_t replayGolden(const std::string& rel, Call call) {
     return g.rows.size();
 }
 
+/// One golden file replayed through one call, with the fewest rows it must have.
+struct GoldenCase {
+    const char* file;
+    size_t minRows;
+    XvoStatus (*call)(GoldenRow&);
+};
+inline void PrintTo(const GoldenCase& c, std::ostream* os) { *os << c.file; }
+
+/// Replays the case (skipped visibly when the vectors are absent and not required).
+inline void runGoldenCase(const GoldenCase& c) {
+    if (!findVector(std::string("golden/") + c.file) && !vectorsRequired())
+        GTEST_SKIP() << "SKIPPED: vector " << c.file << " not found under " << vectorsDir();
+    EXPECT_GE(replayGolden(c.file, c.call), c.minRows);
+}
+
+/// Test name of a case: the function name of its file without the library prefix.
+inline std::string goldenCaseName(const ::testing::TestParamInfo<GoldenCase>& info) {
+    std::string n = info.param.file;
+    n = n.substr(n.find("xvos") + 4);
+    return n.substr(0, n.find(".txt"));
+}
+
 }  // namespace xvotest

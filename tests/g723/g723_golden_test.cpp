@@ -1,0 +1,36 @@
+// G.723.1 kernels against the golden vectors of the ITU-T G.723.1 reference: every line of every
+// file, through the public calls.
+#include <gtest/gtest.h>
+
+#include "golden_replay.h"
+
+using xvotest::GoldenRow;
+using xvotest::replayGolden;
+
+namespace {
+
+using Case = xvotest::GoldenCase;
+
+const Case kCases[] = {
+    {"g723/xvosHarmonicSearch_G723_16s.txt", 1500,
+     [](GoldenRow& r) {
+         return xvosHarmonicSearch_G723_16s(static_cast<Xvo16s>(r.v("valLag")), r.s16("pSrc") + 148, r.s16("pDstGain"),
+                                            r.s16("pDstLag"));
+     }},
+    {"g723/xvosPitchPostFilter_G723_16s.txt", 1200,
+     [](GoldenRow& r) {
+         return xvosPitchPostFilter_G723_16s(static_cast<Xvo16s>(r.v("valLag")), r.s16("pSrc"), r.s16("pDstLag"),
+                                             r.s16("pDstGain"), r.s16("pDstGainScale"),
+                                             static_cast<Xvo16s>(r.v("subFrame")), r.v("rate"));
+     }},
+    {"g723/xvosGainControl_G723_16s_I.txt", 2000,
+     [](GoldenRow& r) { return xvosGainControl_G723_16s_I(r.s32("energy")[0], r.s16("pSrcDst"), r.s16("pSrcDstGain")); }},
+};
+
+class G723Golden : public ::testing::TestWithParam<Case> {};
+
+TEST_P(G723Golden, EveryLine) { xvotest::runGoldenCase(GetParam()); }
+
+INSTANTIATE_TEST_SUITE_P(Files, G723Golden, ::testing::ValuesIn(kCases), xvotest::goldenCaseName);
+
+}  // namespace
