@@ -1132,6 +1132,33 @@ XVOSC_API XvoStatus xvosPitchPostFilter_G723_16s(Xvo16s valLag, const Xvo16s* pS
  *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsBadArg when energy is
  *          negative; else xvoStsOk. A failing call writes nothing. */
 XVOSC_API XvoStatus xvosGainControl_G723_16s_I(Xvo32s energy, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
+/** Closed-loop adaptive-codebook search of one subframe (G.723.1 2.14, Find_Acbk with the error
+ *  taming of Test_Err): the candidate lags valBaseLag - 1 .. + 1 (even subframes) or .. + 2 (odd
+ *  ones), each with its 5-tap filtered past excitation and 20 correlation terms (normalised
+ *  together); the usable part of the 85- and 170-entry gain codebooks is bounded by the worst past
+ *  error over the 30-sample zones the lags reach (51 and 93 entries when it exceeds 0x40000000 or a
+ *  sine was detected, else 4e + 51 and 8e + 93 up to the full tables, e = (0x40000000 - worst)
+ *  >> 23); at 6.3 kbit/s lags below 58 use the 85-entry codebook, otherwise and at 5.3 kbit/s the
+ *  170-entry one. Candidate by candidate and entry by entry, a strictly larger score replaces the
+ *  best, which starts at score 0 with lag index 1 and gain index 0.
+ *  @param valBaseLag          in: the open-loop lag (even subframes) or the previous lag (odd
+ *                             ones), 18..142 (18..141 for odd subframes).
+ *  @param pSrcAdptTarget      in: 60 target samples.
+ *  @param pSrcImpulseResponse in: 60 samples of impulse response.
+ *  @param pSrcPrevExcitation  in: the 145 past excitation samples, oldest first.
+ *  @param pSrcPrevError       in: the 5 taming error energies, one per 30-sample zone.
+ *  @param pDstLagIndex        out: the candidate, 0..2 or 0..3 (the lag is valBaseLag - 1 + index).
+ *  @param pDstAdptGainIndex   out: the entry within that candidate's gain codebook.
+ *  @param subFrame            in: 0..4 (4 is searched as an even subframe).
+ *  @param sineDetect          in: negative when a sinusoid was detected.
+ *  @param rate                in: 4 or 2.
+ *  @return xvoStsNullPtr when a pointer is null (argument order); xvoStsRange when the lag, the
+ *          subframe or the rate is not accepted; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_G723(Xvo16s valBaseLag, const Xvo16s* pSrcAdptTarget,
+                                                   const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcPrevExcitation,
+                                                   const Xvo32s* pSrcPrevError, Xvo16s* pDstLagIndex,
+                                                   Xvo16s* pDstAdptGainIndex, Xvo16s subFrame, Xvo16s sineDetect,
+                                                   int rate);
 /* @section g723:end */
 
 /* ======================================================================== */

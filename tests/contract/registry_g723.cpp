@@ -15,6 +15,34 @@ Variant intIs(int k, int v, XvoStatus want) {
 }  // namespace
 
 void addG723Entries(std::vector<Entry>& r) {
+    // Adaptive search: lag 60, subframe 1, 6.3 kbit/s, taming errors below the threshold.
+    Entry acbk{"xvosAdaptiveCodebookSearch_G723",
+               [](Call& c) {
+                   c.random16(60, -4000, 4000);
+                   std::vector<int16_t> h(60);
+                   for (int i = 0; i < 60; ++i) h[i] = static_cast<int16_t>(8192 >> (i / 6));
+                   c.words(h);
+                   c.random16(145, -4000, 4000);
+                   const int e = c.buffer(5 * sizeof(Xvo32s));
+                   for (int i = 0; i < 5; ++i) c.set<Xvo32s>(e, i, 0x10000000);
+                   c.buffer(sizeof(Xvo16s));
+                   c.buffer(sizeof(Xvo16s));
+                   c.integer(60);
+                   c.integer(1);
+                   c.integer(0);
+                   c.integer(4);
+               },
+               [](Call& c) {
+                   return xvosAdaptiveCodebookSearch_G723(static_cast<Xvo16s>(c.i(0)), c.p<Xvo16s>(0), c.p<Xvo16s>(1),
+                                                          c.p<Xvo16s>(2), c.p<Xvo32s>(3), c.p<Xvo16s>(4),
+                                                          c.p<Xvo16s>(5), static_cast<Xvo16s>(c.i(1)),
+                                                          static_cast<Xvo16s>(c.i(2)), c.i(3));
+               },
+               {0, 1, 2, 3, 4, 5}, {},
+               {intIs(0, 17, xvoStsRange), intIs(0, 142, xvoStsRange), intIs(1, 5, xvoStsRange),
+                intIs(3, 3, xvoStsRange)}};
+    acbk.fuzzRange = {{0, {10, 150}}, {1, {-1, 5}}, {2, {-2, 1}}, {3, {1, 5}}};
+    r.push_back(acbk);
     // Harmonic search: 148 history samples before the subframe, lag 60.
     Entry pw{"xvosHarmonicSearch_G723_16s",
              [](Call& c) {

@@ -12,6 +12,13 @@ namespace {
 using Case = xvotest::GoldenCase;
 
 const Case kCases[] = {
+    {"g723/xvosAdaptiveCodebookSearch_G723.txt", 1500,
+     [](GoldenRow& r) {
+         return xvosAdaptiveCodebookSearch_G723(
+             static_cast<Xvo16s>(r.v("valBaseLag")), r.s16("pSrcAdptTarget"), r.s16("pSrcImpulseResponse"),
+             r.s16("pSrcPrevExcitation"), r.s32("pSrcPrevError"), r.s16("pDstLagIndex"), r.s16("pDstAdptGainIndex"),
+             static_cast<Xvo16s>(r.v("subFrame")), static_cast<Xvo16s>(r.v("sineDetect")), r.v("rate"));
+     }},
     {"g723/xvosHarmonicSearch_G723_16s.txt", 1500,
      [](GoldenRow& r) {
          return xvosHarmonicSearch_G723_16s(static_cast<Xvo16s>(r.v("valLag")), r.s16("pSrc") + 148, r.s16("pDstGain"),
