@@ -10,4 +10,10 @@ namespace xvo::g723 {
 extern const int16_t kAcbkGain085[85 * 20];
 extern const int16_t kAcbkGain170[170 * 20];
 
+/// Quantised fixed-codebook gains (FcbkGainTable), 24 levels.
+extern const int16_t kFcbkGain[24];
+/// Combinations of positions for the MP-MLQ position code: row = pulses placed so far relative to
+/// 6, column = grid position (CombinatorialTable[6][30]).
+extern const int32_t kCombinatorial[6 * 30];
+
 }  // namespace xvo::g723

@@ -1159,6 +1159,30 @@ XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_G723(Xvo16s valBaseLag, const Xvo
                                                    const Xvo32s* pSrcPrevError, Xvo16s* pDstLagIndex,
                                                    Xvo16s* pDstAdptGainIndex, Xvo16s subFrame, Xvo16s sineDetect,
                                                    int rate);
+/** 6.3 kbit/s fixed-codebook search of one subframe (G.723.1 2.15, Find_Fcbk): the multipulse
+ *  maximum-likelihood quantisation search (6 pulses in subframes 0 and 2, 5 in 1 and 3) on both
+ *  grids with 4 quantised amplitudes around the largest correlation's, first on the plain impulse
+ *  response and, when valLag < 58, again on the response with its pitch train (added copies
+ *  shifted by valLag, 2 valLag, ...), keeping the better; the best-score start is the most negative
+ *  32-bit value. The code vector holds the pulses (and, when the train was chosen, its train).
+ *  @param valLag              in: the half-frame's closed-loop lag, 18..145.
+ *  @param pSrcImpulseResponse in: 60 samples of impulse response.
+ *  @param pSrcTarget          in: 60 target samples (after the adaptive contribution).
+ *  @param pDstFixedVector     out: 60 samples of code vector.
+ *  @param pDstPulseData       out: the grid, 0 (even positions) or 1 (odd).
+ *  @param pDstTrainFlag       out: 1 when the pitch-train response was chosen, else 0.
+ *  @param pDstGainIndex       out: the amplitude index, 0..23.
+ *  @param pDstSignCode        out: the pulse signs, one bit per pulse (1 negative), first pulse
+ *                             in the highest bit.
+ *  @param pDstPositionCode    out: the combinatorial position code.
+ *  @param subFrame            in: 0..3.
+ *  @return xvoStsNullPtr when one of the first six pointers, then the sign or position pointer,
+ *          is null; xvoStsRange when the lag or subframe is not accepted; else xvoStsOk. */
+XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16s* pSrcImpulseResponse,
+                                                     const Xvo16s* pSrcTarget, Xvo16s* pDstFixedVector,
+                                                     Xvo16s* pDstPulseData, Xvo16s* pDstTrainFlag,
+                                                     Xvo16s* pDstGainIndex, Xvo16s* pDstSignCode,
+                                                     Xvo32s* pDstPositionCode, Xvo16s subFrame);
 /* @section g723:end */
 
 /* ======================================================================== */

@@ -43,6 +43,29 @@ void addG723Entries(std::vector<Entry>& r) {
                 intIs(3, 3, xvoStsRange)}};
     acbk.fuzzRange = {{0, {10, 150}}, {1, {-1, 5}}, {2, {-2, 1}}, {3, {1, 5}}};
     r.push_back(acbk);
+    // MP-MLQ search: lag 40 (pitch-train pass), subframe 0.
+    Entry mpmlq{"xvosMPMLQFixedCodebookSearch_G723",
+                [](Call& c) {
+                    std::vector<int16_t> h(60);
+                    for (int i = 0; i < 60; ++i) h[i] = static_cast<int16_t>(8192 >> (i / 6));
+                    c.words(h);
+                    c.random16(60, -4000, 4000);
+                    c.buffer(60 * sizeof(Xvo16s));
+                    for (int i = 0; i < 4; ++i) c.buffer(sizeof(Xvo16s));
+                    c.buffer(sizeof(Xvo32s));
+                    c.integer(40);
+                    c.integer(0);
+                },
+                [](Call& c) {
+                    return xvosMPMLQFixedCodebookSearch_G723(static_cast<Xvo16s>(c.i(0)), c.p<Xvo16s>(0),
+                                                             c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                                             c.p<Xvo16s>(4), c.p<Xvo16s>(5), c.p<Xvo16s>(6),
+                                                             c.p<Xvo32s>(7), static_cast<Xvo16s>(c.i(1)));
+                },
+                {0, 1, 2, 3, 4, 5, 6, 7}, {},
+                {intIs(0, 17, xvoStsRange), intIs(0, 146, xvoStsRange), intIs(1, 4, xvoStsRange)}};
+    mpmlq.fuzzRange = {{0, {10, 150}}, {1, {-1, 4}}};
+    r.push_back(mpmlq);
     // Harmonic search: 148 history samples before the subframe, lag 60.
     Entry pw{"xvosHarmonicSearch_G723_16s",
              [](Call& c) {

@@ -19,6 +19,13 @@ const Case kCases[] = {
              r.s16("pSrcPrevExcitation"), r.s32("pSrcPrevError"), r.s16("pDstLagIndex"), r.s16("pDstAdptGainIndex"),
              static_cast<Xvo16s>(r.v("subFrame")), static_cast<Xvo16s>(r.v("sineDetect")), r.v("rate"));
      }},
+    {"g723/xvosMPMLQFixedCodebookSearch_G723.txt", 1500,
+     [](GoldenRow& r) {
+         return xvosMPMLQFixedCodebookSearch_G723(
+             static_cast<Xvo16s>(r.v("valLag")), r.s16("pSrcImpulseResponse"), r.s16("pSrcTarget"),
+             r.s16("pDstFixedVector"), r.s16("grid"), r.s16("pDstTrainFlag"), r.s16("pDstGainIndex"),
+             r.s16("pDstSignCode"), r.s32("pDstPositionCode"), static_cast<Xvo16s>(r.v("subFrame")));
+     }},
     {"g723/xvosHarmonicSearch_G723_16s.txt", 1500,
      [](GoldenRow& r) {
          return xvosHarmonicSearch_G723_16s(static_cast<Xvo16s>(r.v("valLag")), r.s16("pSrc") + 148, r.s16("pDstGain"),

@@ -14,4 +14,8 @@ TEST(G723Tables, SizesSumsAndSpotValues) {
     EXPECT_EQ(kAcbkGain085[20], 800);
     EXPECT_EQ(kAcbkGain085[21], 1496);
     EXPECT_EQ(kAcbkGain170[170 * 20 - 1], -3070);
+    EXPECT_EQ(std::accumulate(std::begin(kFcbkGain), std::end(kFcbkGain), 0L), 21487);
+    EXPECT_EQ(kFcbkGain[23], 6623);
+    EXPECT_EQ(std::accumulate(std::begin(kCombinatorial), std::end(kCombinatorial), 0L), 768211);
+    EXPECT_EQ(kCombinatorial[0], 118755);
 }
