@@ -16,10 +16,14 @@ namespace xvobench {
 
 struct GoldenInputs {
     std::map<std::string, std::pair<int, int>> field;  // name -> (offset, count) within a row
-    std::vector<std::vector<Xvo16s>> rows;
+    std::vector<std::vector<long>> rows;
 
-    /// A copy of field `name` of row r.
+    /// A copy of field `name` of row r, as 16-bit or as 32-bit values.
     std::vector<Xvo16s> get(size_t r, const std::string& name) const {
+        const auto [off, n] = field.at(name);
+        return {rows[r].begin() + off, rows[r].begin() + off + n};
+    }
+    std::vector<Xvo32s> get32(size_t r, const std::string& name) const {
         const auto [off, n] = field.at(name);
         return {rows[r].begin() + off, rows[r].begin() + off + n};
     }
@@ -42,9 +46,9 @@ inline GoldenInputs loadGoldenInputs(const std::string& rel) {
             }
         } else if (!line.empty() && line[0] != '#') {
             std::istringstream is(line);
-            std::vector<Xvo16s> row;
+            std::vector<long> row;
             long v;
-            while (static_cast<int>(row.size()) < width && is >> v) row.push_back(static_cast<Xvo16s>(v));
+            while (static_cast<int>(row.size()) < width && is >> v) row.push_back(v);
             g.rows.push_back(std::move(row));
         }
     }
