@@ -49,15 +49,16 @@ TEST(GsmAmrVad1, EveryGoldenLine) {
 }
 
 TEST(GsmAmrVad1, SequencesFromTheResetState) {
-    const struct {
-        const char* file;
-        bool pure;
-    } files[] = {{"xvosVAD1_GSMAMR_16s.seq-spch_dos.txt", false},
-                 {"xvosVAD1_GSMAMR_16s.seq-synthetic.txt", false},
-                 {"xvosVAD1_GSMAMR_16s.seqpure-spch_dos.txt", true},
-                 {"xvosVAD1_GSMAMR_16s.seqpure-synthetic.txt", true}};
-    for (const auto& f : files) {
-        XVO_REQUIRE_VECTOR(path, std::string("golden/amrnb/") + f.file);
+    // Every sequence file: ".seq-" ones carry the open-loop search's registers, ".seqpure-" not.
+    const auto files = xvotest::goldenFilesStartingWith("amrnb", "xvosVAD1_GSMAMR_16s.seq");
+    if (files.size() < 4 && !xvotest::vectorsRequired()) GTEST_SKIP() << "SKIPPED: VAD1 sequence files not found";
+    ASSERT_GE(files.size(), 4u);
+    for (const auto& file : files) {
+        const struct {
+            std::string file;
+            bool pure;
+        } f{file, file.find(".seqpure-") != std::string::npos};
+        XVO_REQUIRE_VECTOR(path, "golden/" + f.file);
         const auto g = xvotest::loadGolden(path);
         XvoVAD1State_GSMAMR st = resetState();
         for (size_t r = 0; r < g.rows.size(); ++r) {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -80,6 +81,20 @@ size_t replayGolden(const std::string& rel, Call call) {
         if (::testing::Test::HasFatalFailure() || ::testing::Test::HasNonfatalFailure()) return r;
     }
     return g.rows.size();
+}
+
+/// The golden files of folder `dir` (under golden/) whose names start with `prefix`, sorted; so a
+/// test replays every capture of a kind, further ones dropped into the folder included.
+inline std::vector<std::string> goldenFilesStartingWith(const std::string& dir, const std::string& prefix) {
+    std::vector<std::string> out;
+    const auto path = std::filesystem::path(vectorsDir()) / "golden" / dir;
+    if (!std::filesystem::is_directory(path)) return out;
+    for (const auto& e : std::filesystem::directory_iterator(path)) {
+        const std::string n = e.path().filename().string();
+        if (n.rfind(prefix, 0) == 0) out.push_back(dir + "/" + n);
+    }
+    std::sort(out.begin(), out.end());
+    return out;
 }
 
 /// One golden file replayed through one call, with the fewest rows it must have.
