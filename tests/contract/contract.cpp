@@ -61,7 +61,6 @@ const std::vector<Entry>& registry() {
         addG729Entries(v);
         addVqeEntries(v);
         addGsmAmrEntries(v);
-        addG723Entries(v);
         return v;
     }();
     return r;

@@ -102,6 +102,5 @@ void addG726Entries(std::vector<Entry>& r);
 void addG729Entries(std::vector<Entry>& r);
 void addVqeEntries(std::vector<Entry>& r);
 void addGsmAmrEntries(std::vector<Entry>& r);
-void addG723Entries(std::vector<Entry>& r);
 
 }  // namespace xvocontract
