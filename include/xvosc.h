@@ -1084,6 +1084,66 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
 /* G.723.1 adaptive codebook, pitch, postfilter, codebooks and gains      */
 /* ======================================================================== */
 /* @section g723:begin */
+/** G.723.1 closed-loop adaptive codebook search (G.723.1 2.14): the 5-tap filtered past
+ *  excitation of each candidate lag is correlated with the target, and every entry of the
+ *  candidate's gain table up to the error-taming bound (2.17) is scored; the first strictly
+ *  largest score wins (candidate 1, entry 0 when no score is positive).
+ *  Candidates: valBaseLag-1..valBaseLag+1 (even subframes), valBaseLag-1..valBaseLag+2 (odd).
+ *  At 6.3 kbit/s a candidate uses the 85-entry table below lag 58 (odd subframes: when
+ *  valBaseLag < 58) and the 170-entry one otherwise; at 5.3 kbit/s always the 170-entry one.
+ *  @param valBaseLag          in: open-loop lag (even subFrame) or previous lag (odd), 18..142 (odd: ..141).
+ *  @param pSrcAdptTarget      in: 60 samples, the target of the subframe.
+ *  @param pSrcImpulseResponse in: 60 samples, the weighted synthesis impulse response (Q13).
+ *  @param pSrcPrevExcitation  in: 145 samples of past excitation, oldest first (element 144 is the
+ *                             sample before the subframe).
+ *  @param pSrcPrevError       in: 5 taming error energies, one per 30-sample lag zone.
+ *  @param pDstLagIndex        out: candidate number 0..2 (even) or 0..3 (odd); lag = valBaseLag-1+index.
+ *  @param pDstAdptGainIndex   out: entry of that candidate's gain table.
+ *  @param subFrame            in: 0..4 (4 is searched as an even subframe).
+ *  @param sineDetect          in: negative when a sinusoid was detected (forces the bounds 51/93).
+ *  @param rate                in: 4 (6.3 kbit/s) or 2 (5.3 kbit/s).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when subFrame, valBaseLag or rate is
+ *          out of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_G723(Xvo16s valBaseLag, const Xvo16s* pSrcAdptTarget,
+                                                   const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcPrevExcitation,
+                                                   const Xvo32s* pSrcPrevError, Xvo16s* pDstLagIndex,
+                                                   Xvo16s* pDstAdptGainIndex, Xvo16s subFrame, Xvo16s sineDetect,
+                                                   int rate);
+
+/** G.723.1 harmonic noise-weighting search (G.723.1 2.11): the lag within valLag-3..valLag+3 of
+ *  largest normalised cross-correlation, and its weighting gain (0 below the 0.375 prediction
+ *  limit, at most 0x2800).
+ *  @param valLag   in: open-loop lag, 18..145.
+ *  @param pSrc     in: the subframe start of the formant-weighted speech; pSrc[-(valLag+3)]..pSrc[59]
+ *                  are read.
+ *  @param pDstGain out: gain, Q15, 0..0x2800.
+ *  @param pDstLag  out: chosen lag (valLag when no correlation is positive, with gain 0).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when valLag is outside 18..145; else xvoStsOk. */
+XVOSC_API XvoStatus xvosHarmonicSearch_G723_16s(Xvo16s valLag, const Xvo16s* pSrc, Xvo16s* pDstGain, Xvo16s* pDstLag);
+
+/** G.723.1 decoder pitch postfilter parameters (G.723.1 3.6): backward and forward lags of
+ *  largest positive correlation within 3 of valLag (limited to 142), the better one, its gain and
+ *  the energy-preserving scaling gain.
+ *  @param valLag        in: open-loop lag of the half-frame, 18..145.
+ *  @param pSrc          in: 385 samples: 145 of excitation history, then the 240 of the frame.
+ *  @param pDstLag       out: negative = backward lag, positive = forward lag, 0 = no filtering.
+ *  @param pDstGain      out: postfilter gain already multiplied by the scaling gain, Q15.
+ *  @param pDstGainScale out: scaling gain, Q15 (0x7fff when not filtering).
+ *  @param subFrame      in: 0..3, the subframe at pSrc[145 + 60 subFrame].
+ *  @param rate          in: 4 (gain constant 0x1800) or 2 (0x2000).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when rate, subFrame or valLag is out
+ *          of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosPitchPostFilter_G723_16s(Xvo16s valLag, const Xvo16s* pSrc, Xvo16s* pDstLag, Xvo16s* pDstGain,
+                                                Xvo16s* pDstGainScale, Xvo16s subFrame, int rate);
+
+/** G.723.1 postfilter gain control (G.723.1 3.9): the subframe is scaled so that its energy
+ *  follows the energy before postfiltering, through a running gain smoothed by 1/16 per sample.
+ *  @param energy      in: energy of the subframe before the formant postfilter (>= 0).
+ *  @param pSrcDst     in/out: 60 postfiltered samples, scaled in place.
+ *  @param pSrcDstGain in/out: running gain, Q12.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsBadArg when energy < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainControl_G723_16s_I(Xvo32s energy, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
+
 /* @section g723:end */
 
 /* ======================================================================== */
