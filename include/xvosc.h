@@ -1144,6 +1144,28 @@ XVOSC_API XvoStatus xvosPitchPostFilter_G723_16s(Xvo16s valLag, const Xvo16s* pS
  *  @return xvoStsNullPtr when a pointer is null; xvoStsBadArg when energy < 0; else xvoStsOk. */
 XVOSC_API XvoStatus xvosGainControl_G723_16s_I(Xvo32s energy, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
 
+/** G.723.1 MP-MLQ fixed codebook search of the 6.3 kbit/s mode (G.723.1 2.15): 6, 5, 6, 5 pulses
+ *  of one common quantised amplitude on the even or odd grid, searched with the impulse response
+ *  and, when valLag < 58, again with its pitch train (kept when it scores better).
+ *  @param valLag              in: closed-loop lag of the half-frame, 18..145.
+ *  @param pSrcImpulseResponse in: 60 samples (Q13).
+ *  @param pSrcTarget          in: 60 samples, the target after the adaptive contribution.
+ *  @param pDstFixedVector     out: 60 samples: signed pulses of the quantised amplitude, with the
+ *                             pitch train added when pDstTrainFlag is 1.
+ *  @param pDstPulseData       out: the grid, 0 (even positions) or 1 (odd).
+ *  @param pDstTrainFlag       out: 1 when the pitch-train response won.
+ *  @param pDstGainIndex       out: amplitude index 0..23.
+ *  @param pDstSignCode        out: pulse signs, first pulse in the most significant bit, 1 = negative.
+ *  @param pDstPositionCode    out: combinatorial code of the pulse positions on the grid.
+ *  @param subFrame            in: 0..3.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when valLag or subFrame is out of
+ *          range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16s* pSrcImpulseResponse,
+                                                     const Xvo16s* pSrcTarget, Xvo16s* pDstFixedVector,
+                                                     Xvo16s* pDstPulseData, Xvo16s* pDstTrainFlag,
+                                                     Xvo16s* pDstGainIndex, Xvo16s* pDstSignCode,
+                                                     Xvo32s* pDstPositionCode, Xvo16s subFrame);
+
 /* @section g723:end */
 
 /* ======================================================================== */

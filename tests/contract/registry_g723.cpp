@@ -81,6 +81,27 @@ void addG723Entries(std::vector<Entry>& r) {
              {{"negative energy", [](Call& c) { c.ints[0] = -1; }, xvoStsBadArg}}};
     gc.fuzzRange = {{0, {-1, 0x7fffffff}}};
     r.push_back(gc);
+    Entry mp{"xvosMPMLQFixedCodebookSearch_G723",
+             [](Call& c) {
+                 c.random16(60, -8192, 8192);
+                 c.random16(60, -6000, 6000);
+                 c.buffer(60 * sizeof(Xvo16s));
+                 for (int j = 0; j < 4; ++j) c.buffer(sizeof(Xvo16s));
+                 c.buffer(sizeof(Xvo32s));
+                 c.integer(40);
+                 c.integer(0);
+             },
+             [](Call& c) {
+                 return xvosMPMLQFixedCodebookSearch_G723(Xvo16s(c.i(0)), c.p<Xvo16s>(0), c.p<Xvo16s>(1),
+                                                          c.p<Xvo16s>(2), c.p<Xvo16s>(3), c.p<Xvo16s>(4),
+                                                          c.p<Xvo16s>(5), c.p<Xvo16s>(6), c.p<Xvo32s>(7),
+                                                          Xvo16s(c.i(1)));
+             },
+             {0, 1, 2, 3, 4, 5, 6, 7}, {},
+             {{"lag 146", [](Call& c) { c.ints[0] = 146; }, xvoStsRange},
+              {"subframe 4", [](Call& c) { c.ints[1] = 4; }, xvoStsRange}}};
+    mp.fuzzRange = {{0, {18, 145}}, {1, {0, 3}}};
+    r.push_back(mp);
 }
 
 }  // namespace xvocontract

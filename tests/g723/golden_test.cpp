@@ -65,6 +65,19 @@ const Case kCases[] = {
          o.push_back(gain);
          return o;
      }},
+    {"xvosMPMLQFixedCodebookSearch_G723", 1500, {},
+     [](const xvotest::Golden& g, const Row& r) {
+         const auto h = as<Xvo16s>(g.in_(r, "pSrcImpulseResponse"));
+         const auto t = as<Xvo16s>(g.in_(r, "pSrcTarget"));
+         Xvo16s v[60], grid = -99, tr = -99, gi = -99, sg = -99;
+         Xvo32s pos = -99;
+         std::vector<int64_t> o{xvosMPMLQFixedCodebookSearch_G723(Xvo16s(g.in_(r, "valLag")[0]), h.data(), t.data(), v,
+                                                                  &grid, &tr, &gi, &sg, &pos,
+                                                                  Xvo16s(g.in_(r, "subFrame")[0]))};
+         put(o, v, 60);
+         o.insert(o.end(), {grid, tr, gi, sg, pos});
+         return o;
+     }},
 };
 
 class G723Golden : public ::testing::TestWithParam<Case> {};
