@@ -51,17 +51,35 @@ int16_t ownSqrt(int32_t num) {
     return rez;
 }
 
-int32_t ownDot60(const int16_t* a, const int16_t* b) {
+// Sum of a[j] b[j], j = 0..n-1, as the reference forms it term by term:
+// with `half` the terms are L_shr(L_mult(a, b), 1) added by L_add, else they
+// are L_mac steps. Each product fits 31 bits except (-32768)^2; when that
+// pair is absent and neither the positive nor the negative terms can leave
+// 32 bits, no partial sum saturates and the plain wide sum is the result.
+int32_t ownMacSum(const int16_t* a, const int16_t* b, int n, bool half) {
+    int64_t sum = 0, pos = 0;
+    bool edge = false;
+    for (int j = 0; j < n; ++j) {
+        const int32_t p = int32_t(a[j]) * b[j];
+        edge |= p == 0x40000000;
+        sum += p;
+        pos += p > 0 ? p : 0;
+    }
+    const int k = half ? 1 : 2;
+    if (!edge && k * pos <= MAX_32 && k * (sum - pos) >= MIN_32) return static_cast<int32_t>(k * sum);
     int32_t acc = 0;
-    for (int j = 0; j < kSubFrLen; ++j) acc = L_mac(acc, a[j], b[j]);
+    for (int j = 0; j < n; ++j) acc = half ? L_add(acc, L_shr(L_mult(a[j], b[j]), 1)) : L_mac(acc, a[j], b[j]);
     return acc;
 }
+
+int32_t ownDot60(const int16_t* a, const int16_t* b) { return ownMacSum(a, b, kSubFrLen, false); }
 
 // ---- adaptive codebook search ---------------------------------------------
 
 // The 20 correlations of one candidate lag: 5 target crosses, 5 energies and
 // the 10 cross products of the 5 filtered, shifted excitations.
-void ownAcbkCorrelations(const int16_t* tv, const int16_t* h, const int16_t* exc, int lag, int32_t* cor) {
+void ownAcbkCorrelations(const int16_t* tv, const int16_t* h, const int16_t* hr, const int16_t* exc, int lag,
+                         int32_t* cor) {
     int16_t rez[kSubFrLen + kTaps - 1];
     // Excitation at the lag, repeated with period `lag` when it is shorter
     // than the subframe, with two samples of lead-in and lead-out.
@@ -69,29 +87,17 @@ void ownAcbkCorrelations(const int16_t* tv, const int16_t* h, const int16_t* exc
     for (int i = 0; i < kSubFrLen + kTaps / 2; ++i) rez[kTaps / 2 + i] = exc[kPitchMax - lag + i % lag];
 
     int16_t flt[kTaps][kSubFrLen];
-    for (int i = 0; i < kSubFrLen; ++i) {
-        int32_t acc = 0;
-        for (int j = 0; j <= i; ++j) acc = L_mac(acc, rez[kTaps - 1 + j], h[i - j]);
-        flt[kTaps - 1][i] = round_fx(acc);
-    }
+    for (int i = 0; i < kSubFrLen; ++i) flt[kTaps - 1][i] = round_fx(ownMacSum(rez + kTaps - 1, hr + kSubFrLen - 1 - i, i + 1, false));
     // Each earlier tap is the next one delayed by a sample plus its new head.
     for (int t = kTaps - 2; t >= 0; --t) {
         flt[t][0] = mult_r(rez[t], 0x2000);
         for (int j = 1; j < kSubFrLen; ++j) flt[t][j] = round_fx(L_mac(L_deposit_h(flt[t + 1][j - 1]), rez[t], h[j]));
     }
     int k = 0;
-    for (int t = 0; t < kTaps; ++t) {
-        int32_t acc = 0;
-        for (int j = 0; j < kSubFrLen; ++j) acc = L_add(acc, L_shr(L_mult(tv[j], flt[t][j]), 1));
-        cor[k++] = L_shl(acc, 1);
-    }
+    for (int t = 0; t < kTaps; ++t) cor[k++] = L_shl(ownMacSum(tv, flt[t], kSubFrLen, true), 1);
     for (int t = 0; t < kTaps; ++t) cor[k++] = ownDot60(flt[t], flt[t]);
     for (int a = 1; a < kTaps; ++a)
-        for (int b = 0; b < a; ++b) {
-            int32_t acc = 0;
-            for (int j = 0; j < kSubFrLen; ++j) acc = L_add(acc, L_shr(L_mult(flt[a][j], flt[b][j]), 1));
-            cor[k++] = L_shl(acc, 2);
-        }
+        for (int b = 0; b < a; ++b) cor[k++] = L_shl(ownMacSum(flt[a], flt[b], kSubFrLen, true), 2);
 }
 
 // Usable gain-table lengths from the taming memory: the worst error over the
@@ -115,11 +121,27 @@ void ownTameBounds(int16_t baseLag, int hb, const int32_t* err, int16_t sineDete
 
 // Scores one candidate's normalised correlations against `n` table entries;
 // updates the running best when a score is strictly larger.
-void ownAcbkScore(const int16_t* cv, const int16_t* table, int n, int cand, int32_t& best, int16_t& lid, int16_t& gid) {
+void ownAcbkScore(const int16_t* cv, const int16_t* table, int n, int cand, int32_t& best,
+                  int16_t& lid, int16_t& gid) {
     for (int i = 0; i < n; ++i) {
         const int16_t* w = table + 20 * i;
-        int32_t acc = 0;
-        for (int j = 0; j < 20; ++j) acc = L_add(acc, L_shr(L_mult(cv[j], w[j]), 1));
+        // No table weight is -32768, so each term L_shr(L_mult(c, w), 1) is the
+        // exact product. When neither the positive nor the negative terms can
+        // leave 32 bits, no partial sum saturates and the plain sum is the
+        // reference's saturating sum; otherwise the terms are added one by one.
+        int64_t sum = 0, pos = 0;
+        for (int j = 0; j < 20; ++j) {
+            const int32_t t = int32_t(cv[j]) * w[j];
+            sum += t;
+            pos += t > 0 ? t : 0;
+        }
+        int32_t acc;
+        if (pos <= MAX_32 && sum - pos >= MIN_32) {
+            acc = static_cast<int32_t>(sum);
+        } else {
+            acc = 0;
+            for (int j = 0; j < 20; ++j) acc = L_add(acc, L_shr(L_mult(cv[j], w[j]), 1));
+        }
         if (acc > best) {
             best = acc;
             gid = static_cast<int16_t>(i);
@@ -135,8 +157,10 @@ void ownAdaptiveCodebookSearch_G723(int16_t baseLag, const int16_t* tv, const in
                                     int16_t sineDetect, int rate) {
     const bool odd = (subFrame & 1) != 0;
     const int hb = odd ? 4 : 3;
+    int16_t hr[kSubFrLen];  // the response reversed, so that convolutions run forward
+    for (int i = 0; i < kSubFrLen; ++i) hr[i] = h[kSubFrLen - 1 - i];
     int32_t cor[4 * 20];
-    for (int k = 0; k < hb; ++k) ownAcbkCorrelations(tv, h, exc, baseLag - 1 + k, cor + 20 * k);
+    for (int k = 0; k < hb; ++k) ownAcbkCorrelations(tv, h, hr, exc, baseLag - 1 + k, cor + 20 * k);
 
     int32_t mx = 0;
     for (int i = 0; i < hb * 20; ++i) {
@@ -155,7 +179,8 @@ void ownAdaptiveCodebookSearch_G723(int16_t baseLag, const int16_t* tv, const in
     for (int k = 0; k < hb; ++k) {
         int l = 1;
         if (rate == 4) l = (odd ? baseLag : baseLag - 1 + k) >= kSubFrLen - 2 ? 1 : 0;
-        ownAcbkScore(cv + 20 * k, l ? kAcbkGain170 : kAcbkGain085, bound[l], k, best, lid, gid);
+        ownAcbkScore(cv + 20 * k, l ? kAcbkGain170 : kAcbkGain085, bound[l], k, best,
+                     lid, gid);
     }
     *lagIndex = lid;
     *gainIndex = gid;

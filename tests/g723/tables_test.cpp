@@ -43,3 +43,11 @@ TEST(G723Tables, ChecksumsAndSpotValues) {
 }
 
 }  // namespace
+
+// The adaptive search adds its scores as plain products, which equal the
+// reference's halved doubled products only while no weight is -32768.
+TEST(G723Tables, NoAdaptiveWeightIsMinus32768) {
+    using namespace xvo::g723;
+    for (int16_t w : kAcbkGain085) ASSERT_NE(w, -32768);
+    for (int16_t w : kAcbkGain170) ASSERT_NE(w, -32768);
+}
