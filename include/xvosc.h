@@ -1166,6 +1166,29 @@ XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16
                                                      Xvo16s* pDstGainIndex, Xvo16s* pDstSignCode,
                                                      Xvo32s* pDstPositionCode, Xvo16s subFrame);
 
+/** G.723.1 open-loop pitch estimate (G.723.1 2.9) over two subframes of weighted speech: the lag
+ *  18..142 of largest normalised cross-correlation, a longer lag replacing a shorter one (18 or
+ *  more samples away) only when it is better by 1/4.
+ *  @param pSrc    in: the first of the 120 analysed samples; pSrc[-142]..pSrc[119] are read.
+ *  @param pDstLag out: the lag, 18..142.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosOpenLoopPitchSearch_G723_16s(const Xvo16s* pSrc, Xvo16s* pDstLag);
+
+/** G.723.1 adaptive codebook vector: the past excitation at lag valBaseLag - 1 + lagIndex
+ *  (repeated with the lag's period) through the 5-tap filter of gain entry gainIndex. The table
+ *  is the 170-entry one at 5.3 kbit/s or when valBaseLag >= 58, else the 85-entry one.
+ *  @param pSrcPrevExcitation in: points just past the excitation history; pSrcPrevExcitation[-(lag+2)]
+ *                            .. pSrcPrevExcitation[-1] are read.
+ *  @param pDst               out: 60 samples.
+ *  @param valBaseLag         in: 18..145.
+ *  @param lagIndex           in: 0..3.
+ *  @param gainIndex          in: 0..84 or 0..169 as the table.
+ *  @param rate               in: 4 (6.3 kbit/s) or 2 (5.3 kbit/s).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when rate, valBaseLag, lagIndex or
+ *          gainIndex is out of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosDecodeAdaptiveVector_G723_16s(const Xvo16s* pSrcPrevExcitation, Xvo16s* pDst,
+                                                      Xvo16s valBaseLag, Xvo16s lagIndex, Xvo16s gainIndex, int rate);
+
 /* @section g723:end */
 
 /* ======================================================================== */

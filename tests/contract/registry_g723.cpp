@@ -102,6 +102,36 @@ void addG723Entries(std::vector<Entry>& r) {
               {"subframe 4", [](Call& c) { c.ints[1] = 4; }, xvoStsRange}}};
     mp.fuzzRange = {{0, {18, 145}}, {1, {0, 3}}};
     r.push_back(mp);
+    Entry olp{"xvosOpenLoopPitchSearch_G723_16s",
+              [](Call& c) {
+                  c.random16(262, -8000, 8000);
+                  c.buffer(sizeof(Xvo16s));
+              },
+              [](Call& c) { return xvosOpenLoopPitchSearch_G723_16s(c.at<Xvo16s>(0, 142), c.p<Xvo16s>(1)); }, {0, 1},
+              {}, {}};
+    r.push_back(olp);
+
+    Entry dec{"xvosDecodeAdaptiveVector_G723_16s",
+              [](Call& c) {
+                  c.random16(149, -10000, 10000);
+                  c.buffer(60 * sizeof(Xvo16s));
+                  c.integer(145);
+                  c.integer(2);
+                  c.integer(169);
+                  c.integer(2);
+              },
+              [](Call& c) {
+                  return xvosDecodeAdaptiveVector_G723_16s(c.at<Xvo16s>(0, 149), c.p<Xvo16s>(1), Xvo16s(c.i(0)),
+                                                           Xvo16s(c.i(1)), Xvo16s(c.i(2)), c.i(3));
+              },
+              {0, 1}, {},
+              {{"rate 3", [](Call& c) { c.ints[3] = 3; }, xvoStsRange},
+               {"lag 146", [](Call& c) { c.ints[0] = 146; }, xvoStsRange},
+               {"lag index 4", [](Call& c) { c.ints[1] = 4; }, xvoStsRange},
+               {"gain 85 below lag 58 at 6.3", [](Call& c) { c.ints[0] = 40, c.ints[2] = 85, c.ints[3] = 4; }, xvoStsRange}}};
+    dec.fuzzRange = {{0, {18, 145}}, {1, {0, 3}}, {2, {0, 84}}};
+    dec.fuzzFix = [](Call& c) { c.ints[3] = (c.ints[3] & 1) ? 2 : 4; };
+    r.push_back(dec);
 }
 
 }  // namespace xvocontract
