@@ -1189,6 +1189,17 @@ XVOSC_API XvoStatus xvosOpenLoopPitchSearch_G723_16s(const Xvo16s* pSrc, Xvo16s*
 XVOSC_API XvoStatus xvosDecodeAdaptiveVector_G723_16s(const Xvo16s* pSrcPrevExcitation, Xvo16s* pDst,
                                                       Xvo16s valBaseLag, Xvo16s lagIndex, Xvo16s gainIndex, int rate);
 
+/** G.723.1 correlation matrix of the impulse response for the 5.3 kbit/s algebraic search
+ *  (G.723.1 2.16). The response is halved when its energy's high half exceeds 32000, else shifted
+ *  left by half its norm, and padded with 4 leading zeros to 64 samples; track t holds samples
+ *  8p + 2t (p = 0..7). Entry (ma, mb) is the high half of sum h[n] h[n + |ma - mb|] over
+ *  n = 0 .. 63 - max(ma, mb).
+ *  @param pSrcImpulseResponse in: 60 samples.
+ *  @param pDst                out: 416 values: the 4 track diagonals (8 each), then the 8 x 8 blocks
+ *                             [pa * 8 + pb] of track pairs (0,1), (0,2), (0,3), (1,2), (1,3), (2,3).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDst);
+
 /* @section g723:end */
 
 /* ======================================================================== */

@@ -132,6 +132,12 @@ void addG723Entries(std::vector<Entry>& r) {
     dec.fuzzRange = {{0, {18, 145}}, {1, {0, 3}}, {2, {0, 84}}};
     dec.fuzzFix = [](Call& c) { c.ints[3] = (c.ints[3] & 1) ? 2 : 4; };
     r.push_back(dec);
+    r.push_back({"xvosToeplizMatrix_G723_16s",
+                 [](Call& c) {
+                     c.random16(60, -8192, 8192);
+                     c.buffer(416 * sizeof(Xvo16s));
+                 },
+                 [](Call& c) { return xvosToeplizMatrix_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}});
 }
 
 }  // namespace xvocontract

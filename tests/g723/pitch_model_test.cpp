@@ -68,3 +68,61 @@ TEST(G723DecodeAdaptiveVector, MatchesDirectModel) {
 }
 
 }  // namespace
+
+namespace {
+
+// The correlation matrix written out as the reference's pointer walk fills
+// it: diagonals as cumulative energies read backwards, cross blocks filled
+// along their diagonals from the last element, 9 apart.
+TEST(G723Toeplitz, MatchesPointerWalkModel) {
+    std::mt19937 rng(5300);
+    for (int amp : {50, 3000, 12000, 32767}) {
+        std::uniform_int_distribution<int> d(-amp, amp);
+        int16_t H[60];
+        for (int i = 0; i < 60; ++i) H[i] = int16_t(d(rng) * std::max(0.05, 1.0 - i / 30.0));
+        int64_t en = 0;
+        for (int16_t v : H) en = std::min<int64_t>(en + 2 * int64_t(v) * v, INT32_MAX);
+        int64_t h[64] = {};
+        int k = 0;
+        while (k < 31 && (en << (k + 1)) <= INT32_MAX && en > 0) ++k;  // norm_l
+        for (int i = 0; i < 60; ++i)
+            h[i + 4] = (en >> 16) > 32000 ? (H[i] >> 1) : std::clamp<int64_t>(int64_t(H[i]) << (k / 2), -32768, 32767);
+        auto hi = [](int64_t s) { return int16_t(std::clamp<int64_t>(2 * s, INT32_MIN, INT32_MAX) >> 16); };
+        int16_t want[416];
+        // Diagonals: cumulative energy, the last position first.
+        int64_t cor = 0;
+        for (int i = 0; i < 8; ++i)
+            for (int t = 3; t >= 0; --t) {
+                cor += h[8 * i + 2 * (3 - t)] * h[8 * i + 2 * (3 - t)] + h[8 * i + 2 * (3 - t) + 1] * h[8 * i + 2 * (3 - t) + 1];
+                want[8 * t + 7 - i] = hi(cor);
+            }
+        // Cross blocks: start offset 2, 4 or 6 and the four blocks they feed.
+        int16_t* blk[6];
+        for (int b = 0; b < 6; ++b) blk[b] = want + 32 + 64 * b;  // 01 02 03 12 13 23
+        struct Walk { int off; int16_t* dst[4]; bool inf[4]; };
+        const Walk walks[3] = {{2, {blk[5], blk[3], blk[0], blk[2]}, {false, false, false, true}},
+                               {4, {blk[4], blk[1], blk[4], blk[1]}, {false, false, true, true}},
+                               {6, {blk[2], blk[5], blk[3], blk[0]}, {false, true, true, true}}};
+        for (const auto& w : walks)
+            for (int kk = 0; kk < 8; ++kk) {
+                const int sup = 63 - 8 * kk;  // inf positions run 62 - kk
+                int64_t c = 0;
+                int n = 0;
+                for (int i = kk; i < 8; ++i) {
+                    const int lastStep = i == 7;
+                    for (int s = 0; s < 4; ++s) {
+                        if (lastStep && s >= 4 - (w.off / 2)) break;
+                        c += h[n] * h[n + 8 * kk + w.off], ++n;
+                        c += h[n] * h[n + 8 * kk + w.off], ++n;
+                        const int idx = (w.inf[s] ? (62 - kk) : sup) - 9 * (i - kk);
+                        w.dst[s][idx] = hi(c);
+                    }
+                }
+            }
+        int16_t got[416];
+        ASSERT_EQ(xvosToeplizMatrix_G723_16s(H, got), xvoStsOk);
+        for (int i = 0; i < 416; ++i) ASSERT_EQ(got[i], want[i]) << "amp " << amp << " entry " << i;
+    }
+}
+
+}  // namespace
