@@ -21,13 +21,13 @@ constexpr int kPos = 8;   // positions per track
 // blocks of track pairs (0,1), (0,2), (0,3), (1,2), (1,3), (2,3), each 8 x 8
 // indexed [pa * 8 + pb]. Entry (ma, mb) = high half of the L_mac sum over
 // n = 0 .. 63 - max(ma, mb) of h[n] h[n + |ma - mb|].
-void ownToeplitz_G723(const int16_t* H, int16_t* rr) {
-    int32_t en = 0;
-    for (int i = 0; i < kSubFrLen; ++i) en = L_mac(en, H[i], H[i]);
+// `halve` says whether the response is halved; otherwise it is shifted left
+// by half its norm (the square doubles the shift). T is int16_t for the high
+// halves or int32_t for the full sums.
+template <typename T>
+void ownToeplitz_G723(const int16_t* H, T* rr, bool halve, int32_t en) {
     int16_t h[kLen] = {};
-    // Scale for precision: halve when the energy is large, else raise it to
-    // about half the headroom (the square doubles the shift).
-    if (extract_h(en) > 32000) {
+    if (halve) {
         for (int i = 0; i < kSubFrLen; ++i) h[i + 4] = shr(H[i], 1);
     } else {
         const int16_t k = shr(norm_l(en), 1);
@@ -39,9 +39,12 @@ void ownToeplitz_G723(const int16_t* H, int16_t* rr) {
         const int last = kLen - 1 - (ma > mb ? ma : mb);
         int32_t acc = 0;
         for (int n = 0; n <= last; ++n) acc = L_mac(acc, h[n], h[n + d]);
-        return extract_h(acc);
+        if constexpr (sizeof(T) == 2)
+            return extract_h(acc);
+        else
+            return acc;
     };
-    int16_t* p = rr;
+    T* p = rr;
     for (int t = 0; t < 4; ++t)
         for (int q = 0; q < kPos; ++q) *p++ = entry(8 * q + 2 * t, 8 * q + 2 * t);
     for (int a = 0; a < 4; ++a)
@@ -54,6 +57,20 @@ void ownToeplitz_G723(const int16_t* H, int16_t* rr) {
 
 extern "C" XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDst) {
     XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDst));
-    xvo::g723::ownToeplitz_G723(pSrcImpulseResponse, pDst);
+    int32_t en = 0;
+    for (int i = 0; i < xvo::g723::kSubFrLen; ++i) en = xvo::fx::L_mac(en, pSrcImpulseResponse[i], pSrcImpulseResponse[i]);
+    xvo::g723::ownToeplitz_G723(pSrcImpulseResponse, pDst, xvo::fx::extract_h(en) > 32000, en);
+    return xvoStsOk;
+}
+
+// The 32-bit form keeps the full sums, and compares the plain energy sum of
+// squares with 0x3E800000.
+extern "C" XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDst) {
+    XVO_CHECK(xvo::ownCheckPtrs(pSrcImpulseResponse, pDst));
+    int64_t e = 0;
+    for (int i = 0; i < xvo::g723::kSubFrLen; ++i) e += int32_t(pSrcImpulseResponse[i]) * pSrcImpulseResponse[i];
+    int32_t en = 0;
+    for (int i = 0; i < xvo::g723::kSubFrLen; ++i) en = xvo::fx::L_mac(en, pSrcImpulseResponse[i], pSrcImpulseResponse[i]);
+    xvo::g723::ownToeplitz_G723(pSrcImpulseResponse, pDst, e > 0x3E800000, en);
     return xvoStsOk;
 }

@@ -1200,6 +1200,14 @@ XVOSC_API XvoStatus xvosDecodeAdaptiveVector_G723_16s(const Xvo16s* pSrcPrevExci
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDst);
 
+/** The 32-bit form of xvosToeplizMatrix_G723_16s: the same 416 entries in the same layout, each the
+ *  full 32-bit L_mac sum instead of its high half; the response is halved when the sum of squares
+ *  of pSrcImpulseResponse exceeds 0x3E800000.
+ *  @param pSrcImpulseResponse in: 60 samples.
+ *  @param pDst                out: 416 values.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDst);
+
 /* @section g723:end */
 
 /* ======================================================================== */

@@ -138,6 +138,12 @@ void addG723Entries(std::vector<Entry>& r) {
                      c.buffer(416 * sizeof(Xvo16s));
                  },
                  [](Call& c) { return xvosToeplizMatrix_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}});
+    r.push_back({"xvosToeplizMatrix_G723_16s32s",
+                 [](Call& c) {
+                     c.random16(60, -8192, 8192);
+                     c.buffer(416 * sizeof(Xvo32s));
+                 },
+                 [](Call& c) { return xvosToeplizMatrix_G723_16s32s(c.p<Xvo16s>(0), c.p<Xvo32s>(1)); }, {0, 1}, {}, {}});
 }
 
 }  // namespace xvocontract

@@ -122,6 +122,11 @@ TEST(G723Toeplitz, MatchesPointerWalkModel) {
         int16_t got[416];
         ASSERT_EQ(xvosToeplizMatrix_G723_16s(H, got), xvoStsOk);
         for (int i = 0; i < 416; ++i) ASSERT_EQ(got[i], want[i]) << "amp " << amp << " entry " << i;
+        // Away from the scaling threshold the 32-bit form holds the same sums in full.
+        int32_t wide[416];
+        ASSERT_EQ(xvosToeplizMatrix_G723_16s32s(H, wide), xvoStsOk);
+        for (int i = 0; i < 416; ++i) ASSERT_EQ(int16_t(wide[i] >> 16), want[i]) << "amp " << amp << " entry " << i;
+        ASSERT_EQ(int64_t(wide[0]), [&] { int64_t s = 0; for (int n = 0; n < 64; ++n) s += 2 * h[n] * h[n]; return std::min<int64_t>(s, INT32_MAX); }());
     }
 }
 
