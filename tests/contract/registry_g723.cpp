@@ -79,7 +79,7 @@ void addG723Entries(std::vector<Entry>& r) {
              },
              [](Call& c) { return xvosGainControl_G723_16s_I(c.i(0), c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {},
              {{"negative energy", [](Call& c) { c.ints[0] = -1; }, xvoStsBadArg}}};
-    gc.fuzzRange = {{0, {-1, 0x7fffffff}}};
+    gc.fuzzRange = {{0, {-1, 0x40000000}}};  // the span must fit an int
     r.push_back(gc);
     Entry mp{"xvosMPMLQFixedCodebookSearch_G723",
              [](Call& c) {
