@@ -1084,6 +1084,130 @@ XVOSC_API XvoStatus xvosRandomNoiseExcitation_G729B_16s32f(Xvo32f curGain, Xvo16
 /* G.723.1 adaptive codebook, pitch, postfilter, codebooks and gains      */
 /* ======================================================================== */
 /* @section g723:begin */
+/** G.723.1 closed-loop adaptive codebook search (G.723.1 2.14): the 5-tap filtered past
+ *  excitation of each candidate lag is correlated with the target, and every entry of the
+ *  candidate's gain table up to the error-taming bound (2.17) is scored; the first strictly
+ *  largest score wins (candidate 1, entry 0 when no score is positive).
+ *  Candidates: valBaseLag-1..valBaseLag+1 (even subframes), valBaseLag-1..valBaseLag+2 (odd).
+ *  At 6.3 kbit/s a candidate uses the 85-entry table below lag 58 (odd subframes: when
+ *  valBaseLag < 58) and the 170-entry one otherwise; at 5.3 kbit/s always the 170-entry one.
+ *  @param valBaseLag          in: open-loop lag (even subFrame) or previous lag (odd), 18..142 (odd: ..141).
+ *  @param pSrcAdptTarget      in: 60 samples, the target of the subframe.
+ *  @param pSrcImpulseResponse in: 60 samples, the weighted synthesis impulse response (Q13).
+ *  @param pSrcPrevExcitation  in: 145 samples of past excitation, oldest first (element 144 is the
+ *                             sample before the subframe).
+ *  @param pSrcPrevError       in: 5 taming error energies, one per 30-sample lag zone.
+ *  @param pDstLagIndex        out: candidate number 0..2 (even) or 0..3 (odd); lag = valBaseLag-1+index.
+ *  @param pDstAdptGainIndex   out: entry of that candidate's gain table.
+ *  @param subFrame            in: 0..4 (4 is searched as an even subframe).
+ *  @param sineDetect          in: negative when a sinusoid was detected (forces the bounds 51/93).
+ *  @param rate                in: 4 (6.3 kbit/s) or 2 (5.3 kbit/s).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when subFrame, valBaseLag or rate is
+ *          out of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAdaptiveCodebookSearch_G723(Xvo16s valBaseLag, const Xvo16s* pSrcAdptTarget,
+                                                   const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcPrevExcitation,
+                                                   const Xvo32s* pSrcPrevError, Xvo16s* pDstLagIndex,
+                                                   Xvo16s* pDstAdptGainIndex, Xvo16s subFrame, Xvo16s sineDetect,
+                                                   int rate);
+
+/** G.723.1 harmonic noise-weighting search (G.723.1 2.11): the lag within valLag-3..valLag+3 of
+ *  largest normalised cross-correlation, and its weighting gain (0 below the 0.375 prediction
+ *  limit, at most 0x2800).
+ *  @param valLag   in: open-loop lag, 18..145.
+ *  @param pSrc     in: the subframe start of the formant-weighted speech; pSrc[-(valLag+3)]..pSrc[59]
+ *                  are read.
+ *  @param pDstGain out: gain, Q15, 0..0x2800.
+ *  @param pDstLag  out: chosen lag (valLag when no correlation is positive, with gain 0).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when valLag is outside 18..145; else xvoStsOk. */
+XVOSC_API XvoStatus xvosHarmonicSearch_G723_16s(Xvo16s valLag, const Xvo16s* pSrc, Xvo16s* pDstGain, Xvo16s* pDstLag);
+
+/** G.723.1 decoder pitch postfilter parameters (G.723.1 3.6): backward and forward lags of
+ *  largest positive correlation within 3 of valLag (limited to 142), the better one, its gain and
+ *  the energy-preserving scaling gain.
+ *  @param valLag        in: open-loop lag of the half-frame, 18..145.
+ *  @param pSrc          in: 385 samples: 145 of excitation history, then the 240 of the frame.
+ *  @param pDstLag       out: negative = backward lag, positive = forward lag, 0 = no filtering.
+ *  @param pDstGain      out: postfilter gain already multiplied by the scaling gain, Q15.
+ *  @param pDstGainScale out: scaling gain, Q15 (0x7fff when not filtering).
+ *  @param subFrame      in: 0..3, the subframe at pSrc[145 + 60 subFrame].
+ *  @param rate          in: 4 (gain constant 0x1800) or 2 (0x2000).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when rate, subFrame or valLag is out
+ *          of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosPitchPostFilter_G723_16s(Xvo16s valLag, const Xvo16s* pSrc, Xvo16s* pDstLag, Xvo16s* pDstGain,
+                                                Xvo16s* pDstGainScale, Xvo16s subFrame, int rate);
+
+/** G.723.1 postfilter gain control (G.723.1 3.9): the subframe is scaled so that its energy
+ *  follows the energy before postfiltering, through a running gain smoothed by 1/16 per sample.
+ *  @param energy      in: energy of the subframe before the formant postfilter (>= 0).
+ *  @param pSrcDst     in/out: 60 postfiltered samples, scaled in place.
+ *  @param pSrcDstGain in/out: running gain, Q12.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsBadArg when energy < 0; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainControl_G723_16s_I(Xvo32s energy, Xvo16s* pSrcDst, Xvo16s* pSrcDstGain);
+
+/** G.723.1 MP-MLQ fixed codebook search of the 6.3 kbit/s mode (G.723.1 2.15): 6, 5, 6, 5 pulses
+ *  of one common quantised amplitude on the even or odd grid, searched with the impulse response
+ *  and, when valLag < 58, again with its pitch train (kept when it scores better).
+ *  @param valLag              in: closed-loop lag of the half-frame, 18..145.
+ *  @param pSrcImpulseResponse in: 60 samples (Q13).
+ *  @param pSrcTarget          in: 60 samples, the target after the adaptive contribution.
+ *  @param pDstFixedVector     out: 60 samples: signed pulses of the quantised amplitude, with the
+ *                             pitch train added when pDstTrainFlag is 1.
+ *  @param pDstPulseData       out: the grid, 0 (even positions) or 1 (odd).
+ *  @param pDstTrainFlag       out: 1 when the pitch-train response won.
+ *  @param pDstGainIndex       out: amplitude index 0..23.
+ *  @param pDstSignCode        out: pulse signs, first pulse in the most significant bit, 1 = negative.
+ *  @param pDstPositionCode    out: combinatorial code of the pulse positions on the grid.
+ *  @param subFrame            in: 0..3.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when valLag or subFrame is out of
+ *          range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16s* pSrcImpulseResponse,
+                                                     const Xvo16s* pSrcTarget, Xvo16s* pDstFixedVector,
+                                                     Xvo16s* pDstPulseData, Xvo16s* pDstTrainFlag,
+                                                     Xvo16s* pDstGainIndex, Xvo16s* pDstSignCode,
+                                                     Xvo32s* pDstPositionCode, Xvo16s subFrame);
+
+/** G.723.1 open-loop pitch estimate (G.723.1 2.9) over two subframes of weighted speech: the lag
+ *  18..142 of largest normalised cross-correlation, a longer lag replacing a shorter one (18 or
+ *  more samples away) only when it is better by 1/4.
+ *  @param pSrc    in: the first of the 120 analysed samples; pSrc[-142]..pSrc[119] are read.
+ *  @param pDstLag out: the lag, 18..142.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosOpenLoopPitchSearch_G723_16s(const Xvo16s* pSrc, Xvo16s* pDstLag);
+
+/** G.723.1 adaptive codebook vector: the past excitation at lag valBaseLag - 1 + lagIndex
+ *  (repeated with the lag's period) through the 5-tap filter of gain entry gainIndex. The table
+ *  is the 170-entry one at 5.3 kbit/s or when valBaseLag >= 58, else the 85-entry one.
+ *  @param pSrcPrevExcitation in: points just past the excitation history; pSrcPrevExcitation[-(lag+2)]
+ *                            .. pSrcPrevExcitation[-1] are read.
+ *  @param pDst               out: 60 samples.
+ *  @param valBaseLag         in: 18..145.
+ *  @param lagIndex           in: 0..3.
+ *  @param gainIndex          in: 0..84 or 0..169 as the table.
+ *  @param rate               in: 4 (6.3 kbit/s) or 2 (5.3 kbit/s).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when rate, valBaseLag, lagIndex or
+ *          gainIndex is out of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosDecodeAdaptiveVector_G723_16s(const Xvo16s* pSrcPrevExcitation, Xvo16s* pDst,
+                                                      Xvo16s valBaseLag, Xvo16s lagIndex, Xvo16s gainIndex, int rate);
+
+/** G.723.1 correlation matrix of the impulse response for the 5.3 kbit/s algebraic search
+ *  (G.723.1 2.16). The response is halved when its energy's high half exceeds 32000, else shifted
+ *  left by half its norm, and padded with 4 leading zeros to 64 samples; track t holds samples
+ *  8p + 2t (p = 0..7). Entry (ma, mb) is the high half of sum h[n] h[n + |ma - mb|] over
+ *  n = 0 .. 63 - max(ma, mb).
+ *  @param pSrcImpulseResponse in: 60 samples.
+ *  @param pDst                out: 416 values: the 4 track diagonals (8 each), then the 8 x 8 blocks
+ *                             [pa * 8 + pb] of track pairs (0,1), (0,2), (0,3), (1,2), (1,3), (2,3).
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s(const Xvo16s* pSrcImpulseResponse, Xvo16s* pDst);
+
+/** The 32-bit form of xvosToeplizMatrix_G723_16s: the same 416 entries in the same layout, each the
+ *  full 32-bit L_mac sum instead of its high half; the response is halved when the sum of squares
+ *  of pSrcImpulseResponse exceeds 0x3E800000.
+ *  @param pSrcImpulseResponse in: 60 samples.
+ *  @param pDst                out: 416 values.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDst);
+
 /* @section g723:end */
 
 /* ======================================================================== */

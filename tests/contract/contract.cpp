@@ -59,6 +59,7 @@ const std::vector<Entry>& registry() {
         addGenericEntries(v);
         addG726Entries(v);
         addG729Entries(v);
+        addG723Entries(v);
         addVqeEntries(v);
         addGsmAmrEntries(v);
         return v;

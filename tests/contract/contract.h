@@ -100,6 +100,7 @@ const std::vector<Entry>& registry();
 void addGenericEntries(std::vector<Entry>& r);
 void addG726Entries(std::vector<Entry>& r);
 void addG729Entries(std::vector<Entry>& r);
+void addG723Entries(std::vector<Entry>& r);
 void addVqeEntries(std::vector<Entry>& r);
 void addGsmAmrEntries(std::vector<Entry>& r);
 
