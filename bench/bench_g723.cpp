@@ -39,7 +39,7 @@ void BM_G723_AdaptiveCodebookSearch(benchmark::State& st) {
         r = (r + 1) % g.rows.size();
     }
 }
-BENCHMARK(BM_G723_AdaptiveCodebookSearch);
+BENCHMARK(BM_G723_AdaptiveCodebookSearch)->Name("g723/AdaptiveCodebookSearch_golden/xvosc");
 
 void BM_G723_MPMLQSearch(benchmark::State& st) {
     const auto& g = inputs("xvosMPMLQFixedCodebookSearch_G723");
@@ -55,7 +55,7 @@ void BM_G723_MPMLQSearch(benchmark::State& st) {
         r = (r + 1) % g.rows.size();
     }
 }
-BENCHMARK(BM_G723_MPMLQSearch);
+BENCHMARK(BM_G723_MPMLQSearch)->Name("g723/MPMLQFixedCodebookSearch_golden/xvosc");
 
 void BM_G723_HarmonicSearch(benchmark::State& st) {
     const auto& g = inputs("xvosHarmonicSearch_G723_16s");
@@ -69,7 +69,7 @@ void BM_G723_HarmonicSearch(benchmark::State& st) {
         r = (r + 1) % g.rows.size();
     }
 }
-BENCHMARK(BM_G723_HarmonicSearch);
+BENCHMARK(BM_G723_HarmonicSearch)->Name("g723/HarmonicSearch_golden/xvosc");
 
 void BM_G723_PitchPostFilter(benchmark::State& st) {
     const auto& g = inputs("xvosPitchPostFilter_G723_16s");
@@ -84,7 +84,7 @@ void BM_G723_PitchPostFilter(benchmark::State& st) {
         r = (r + 1) % g.rows.size();
     }
 }
-BENCHMARK(BM_G723_PitchPostFilter);
+BENCHMARK(BM_G723_PitchPostFilter)->Name("g723/PitchPostFilter_golden/xvosc");
 
 void BM_G723_GainControl(benchmark::State& st) {
     const auto& g = inputs("xvosGainControl_G723_16s_I");
@@ -98,7 +98,7 @@ void BM_G723_GainControl(benchmark::State& st) {
         r = (r + 1) % g.rows.size();
     }
 }
-BENCHMARK(BM_G723_GainControl);
+BENCHMARK(BM_G723_GainControl)->Name("g723/GainControl_golden/xvosc");
 
 }  // namespace
 
