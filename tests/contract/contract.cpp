@@ -61,6 +61,7 @@ const std::vector<Entry>& registry() {
         addG729Entries(v);
         addVqeEntries(v);
         addGsmAmrEntries(v);
+        addAmrwbeEntries(v);
         return v;
     }();
     return r;

@@ -102,5 +102,6 @@ void addG726Entries(std::vector<Entry>& r);
 void addG729Entries(std::vector<Entry>& r);
 void addVqeEntries(std::vector<Entry>& r);
 void addGsmAmrEntries(std::vector<Entry>& r);
+void addAmrwbeEntries(std::vector<Entry>& r);
 
 }  // namespace xvocontract
