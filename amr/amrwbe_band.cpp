@@ -16,61 +16,38 @@ namespace {
 static_assert(int64_t(32768) * kDecimAbsMax + 8192 < (int64_t(1) << 31));
 static_assert(int64_t(32768) * kInterpAbsMax + 8192 < (int64_t(1) << 31));
 
-// Phases step through 0, 2, 4, 1, 3, 5, 2, 4, 1, 3, 5, ...: below 4 a phase moves on by 2 and the
-// read position by 6, otherwise it drops by 3 and the position moves by 7 (32 inputs per 5
-// outputs). Phase 5 at p is phase 0 at p + 1 (the prototype's last tap is zero).
-template <typename Dot>
-void ownDecimWalk(const int16_t* src, int16_t* dst, int count, Dot dot) {
-    int pos = 0, ph = 0;
-    for (int j = 0; j < count; ++j) {
-        const int r = ph == 5 ? 0 : ph;
-        const int p = ph == 5 ? pos + 1 : pos;
-        dst[j] = ownRound14(dot(kDecimRows[r].data(), src + p + 1));
-        if (ph > 3) {
-            pos += 7;
-            ph -= 3;
-        } else {
-            pos += 6;
-            ph += 2;
-        }
-    }
-}
-
-template <typename Dot>
-void ownInterpWalk(const int16_t* low, int16_t* dst, int len, Dot dot) {
-    int base = 0, ph = 0;  // position 5j = 32 base + ph
-    for (int j = 0; j < len; ++j) {
-        dst[j] = ownRound14(dot(kInterpRows[ph].data(), low + base + 1));
-        ph += 5;
-        if (ph >= 32) {
-            ph -= 32;
-            ++base;
-        }
-    }
-}
-
 void decimScalar(const int16_t* src, int16_t* dst, int count) {
-    ownDecimWalk(src, dst, count, [](const int16_t* c, const int16_t* x) {
+    for (int j = 0; j < count; ++j) {
+        const int16_t* c = kDecimRows[kDecimRow[j % 5]].data();
+        const int16_t* x = src + 32 * (j / 5) + kDecimPos[j % 5] + 1;
         int32_t s = 0;
         for (int t = 0; t < kDecimTaps; ++t) s += int32_t(c[t]) * x[t];
-        return s;
-    });
+        dst[j] = ownRound14(s);
+    }
 }
 
 void interpScalar(const int16_t* low, int16_t* dst, int len) {
-    ownInterpWalk(low, dst, len, [](const int16_t* c, const int16_t* x) {
+    for (int j = 0; j < len; ++j) {
+        const int16_t* c = kInterpRows[(5 * j) & 31].data();
+        const int16_t* x = low + ((5 * j) >> 5) + 1;
         int32_t s = 0;
         for (int t = 0; t < kInterpTaps; ++t) s += int32_t(c[t]) * x[t];
-        return s;
-    });
+        dst[j] = ownRound14(s);
+    }
 }
 
 }  // namespace
 
 const OwnBandKernels& ownBandKernelsFor(OwnCpuLevel level) {
     static const OwnBandKernels scalar{OwnCpuLevel::Scalar, decimScalar, interpScalar};
-    (void)level;
-    return scalar;
+    static const OwnBandKernels sse2{OwnCpuLevel::SSE2, ownDecimSSE2, ownInterpSSE2};
+    static const OwnBandKernels avx2{OwnCpuLevel::AVX2, ownDecimAVX2, ownInterpSSE2};
+    switch (level) {
+        case OwnCpuLevel::AVX2: return avx2;
+        case OwnCpuLevel::SSE41:
+        case OwnCpuLevel::SSE2: return sse2;
+        default: return scalar;
+    }
 }
 
 const OwnBandKernels& ownBandKernels() {

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <array>
 
+#include <emmintrin.h>
+
 #include "amr/amrwbe_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
@@ -38,11 +40,20 @@ void ownJoin(const int16_t* lf, const int16_t* hf, int len, int16_t* x) {
         dif[k] = round_fx(L_msu(l, hf[k], 16384));
         sum[k] = round_fx(L_mac(l, hf[k], 16384));
     }
+    int16_t peak = 0;
+    for (int k = 0; k < kHist + len; ++k) peak = std::max(peak, abs_s(dif[k]));
+    // Below this peak no partial sum of the doubled products can saturate: one exact sum.
+    const bool exact = int32_t(peak) * kUpAbsMax < (int32_t(1) << 30);
     for (int i = 0; i < len; ++i) {
         int32_t s = 0;
-        for (int j = 0; j < 12; ++j) {
-            s = L_mac(s, dif[i + 12 - j], kJoinHalfBand[j]);
-            s = L_mac(s, dif[i + 13 + j], kJoinHalfBand[j]);
+        if (exact) {
+            for (int j = 0; j < 12; ++j) s += kJoinHalfBand[j] * (int32_t(dif[i + 12 - j]) + dif[i + 13 + j]);
+            s *= 2;
+        } else {
+            for (int j = 0; j < 12; ++j) {
+                s = L_mac(s, dif[i + 12 - j], kJoinHalfBand[j]);
+                s = L_mac(s, dif[i + 13 + j], kJoinHalfBand[j]);
+            }
         }
         x[2 * i] = sum[i + 12];
         x[2 * i + 1] = round_fx(L_shl(s, 1));
@@ -61,9 +72,12 @@ int32_t ownUpDotSat(const int16_t* row, const int16_t* x) {
 }
 
 int32_t ownUpDotExact(const int16_t* row, const int16_t* x) {
-    int32_t s = 0;
-    for (int t = 0; t < kUpTaps; ++t) s += int32_t(row[t]) * x[t];
-    return s * 2;
+    const auto ld = [](const int16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    __m128i a = _mm_add_epi32(_mm_madd_epi16(ld(row), ld(x)), _mm_madd_epi16(ld(row + 8), ld(x + 8)));
+    a = _mm_add_epi32(a, _mm_madd_epi16(ld(row + 16), ld(x + 16)));
+    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(1, 0, 3, 2)));
+    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(2, 3, 0, 1)));
+    return _mm_cvtsi128_si32(a) * 2;  // |sum| < 2^30 here (see the caller)
 }
 
 }  // namespace

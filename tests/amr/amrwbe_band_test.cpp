@@ -11,6 +11,7 @@
 #include <span>
 #include <vector>
 
+#include "amr/amrwbe_band.h"
 #include "amr/amrwbe_tables.h"
 #include "vectors.h"
 #include "xvosc.h"
@@ -144,4 +145,27 @@ TEST(AmrwbeBand, DecimationClampsPositiveAndWrapsNegative) {
     ASSERT_EQ(xvosBandSplit_AMRWBE_16s(src.data(), low.data(), high.data(), 1024), xvoStsOk);
     EXPECT_EQ(low[20], int16_t(uint16_t(uint64_t((s + 8192) >> 14))));
     EXPECT_GT(low[20], 0);  // wrapped, not clamped to -32768
+}
+
+TEST(AmrwbeBand, VectorTwinsEqualScalar) {
+    const auto& ref = ownBandKernelsFor(xvo::OwnCpuLevel::Scalar);
+    std::mt19937 rng(5);
+    int levels = 0;
+    for (auto level : {xvo::OwnCpuLevel::SSE2, xvo::OwnCpuLevel::AVX2}) {
+        if (!xvo::ownCpuSupports(level)) continue;
+        ++levels;
+        const auto& k = ownBandKernelsFor(level);
+        for (int n = 0; n < 20; ++n) {
+            std::vector<int16_t> src(1024 + 128), low(200), a(1024), b(1024);
+            for (auto& v : src) v = n % 2 ? int16_t(rng()) : int16_t((rng() & 1) ? 32767 : -32768);
+            for (auto& v : low) v = int16_t(rng());
+            ref.decim(src.data(), a.data(), 160);
+            k.decim(src.data(), b.data(), 160);
+            ASSERT_EQ(a, b) << xvo::ownCpuLevelName(level);
+            ref.interp(low.data(), a.data(), 1024);
+            k.interp(low.data(), b.data(), 1024);
+            ASSERT_EQ(a, b) << xvo::ownCpuLevelName(level);
+        }
+    }
+    if (levels == 0) GTEST_SKIP() << "SKIPPED: no vector level on this CPU";
 }
