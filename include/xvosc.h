@@ -1847,6 +1847,105 @@ XVOSC_API XvoStatus xvosVADGetEnergyLevel_AMRWB_16s(const XvoVADState_AMRWB* pSt
 /* AMR-WB+ band split, join, resampling and low-band post-filter          */
 /* ======================================================================== */
 /* @section amrwbe:begin */
+/*
+ * AMR-WB+ (3GPP TS 26.290) band split and join around the 2 kHz low band of the stereo coder, the
+ * decoder's join and upsampling to 48 or 44.1 kHz, TCX gain decoding and segmental SNR. These
+ * functions keep no state: every filter history lives in caller buffers passed on each call.
+ *
+ * Low-band buffer: 16-bit samples at 5/32 of the full rate; its first 20 entries are history (the
+ * last 20 low-band samples of the previous frame, which the caller moves there between frames),
+ * the current samples follow. Output j of the 5/32 interpolation sits at position 5j in 32nds of
+ * a low-band sample and weighs the 20 buffer entries from (5j >> 5) + 1 with phase (5j) mod 32 of
+ * the Q14 interpolation filter. Every Q14 dot product of this group gives (sum + 8192) >> 14,
+ * with sums from 0x1FFFE000 on clamped to 32767; below that the low 16 bits are kept (large
+ * negative sums wrap rather than clamp).
+ */
+
+/** Splits a full-rate frame into its decimated low band and the full-rate residual:
+ *  1. decimation by 32/5 into pSrcDstLowBand[20 ...]: (len / 32) * 5 outputs; the 128-tap
+ *     polyphase filter (5 phases) starts at phase 0 reading pSrc from pSrc[1]; after each output
+ *     a phase below 4 moves on by 2 and the read position by 6 samples, otherwise the phase drops
+ *     by 3 and the position moves by 7 (phase 5 reads as phase 0 one sample later);
+ *  2. the 5/32 interpolation of the low-band buffer back to len samples (see above);
+ *  3. pDstHighBand[j] = pSrc[j] - interpolation[j], saturated.
+ *  @param pSrc           in: pSrc[0 .. 32 (len / 32) + 121] (the frame and the decimator's
+ *                        look-ahead; len + 122 samples always suffice).
+ *  @param pSrcDstLowBand in/out: 20 history samples (in), then (len / 32) * 5 decimated samples
+ *                        (out); the interpolation reads entries up to ((5 (len - 1)) >> 5) + 20,
+ *                        beyond the written ones when len is not a multiple of 32.
+ *  @param pDstHighBand   out: len samples; may be pSrc itself.
+ *  @param len            in: full-rate samples, 1 or more (1024 for the codec's frame).
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len is below 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosBandSplit_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s* pSrcDstLowBand, Xvo16s* pDstHighBand,
+                                            Xvo32s len);
+
+/** Joins a low band and a full-rate high band: pDst[j] = pSrcHighBand[j] + the 5/32 interpolation
+ *  of the low-band buffer (saturated). With the buffer and residual of xvosBandSplit_AMRWBE_16s
+ *  this gives back its input wherever nothing saturated.
+ *  @param pSrcLowBand  in: 20 history samples, then the low band; entries up to
+ *                      ((5 (len - 1)) >> 5) + 20 are read.
+ *  @param pSrcHighBand in: len samples.
+ *  @param pDst         out: len samples; may be pSrcHighBand.
+ *  @param len          in: full-rate samples, 1 or more.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len is below 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosBandJoin_AMRWBE_16s(const Xvo16s* pSrcLowBand, const Xvo16s* pSrcHighBand, Xvo16s* pDst,
+                                           Xvo32s len);
+
+/** Joins the decoder's 12.8 kHz low and high bands and resamples the result to 48 or 44.1 kHz:
+ *  1. the 25.6 kHz signal: even samples (LF + HF) twelve samples back, odd samples the 24-tap
+ *     half-band interpolation of LF - HF (both LF*32767/32768 -+ HF/2, rounded, saturated);
+ *  2. polyphase resampling by facUp / (8 downFactor), facUp = 1440 (48 kHz) or 1323 (44.1 kHz),
+ *     with 12 taps per side per phase; the phase position (0 .. facUp - 1) carries over from
+ *     call to call; the output count is ceil((2 len facUp - phase) / (8 downFactor)), which is
+ *     3840 or 3528 for a 1024-sample frame at downFactor 96.
+ *  @param pSrcLowBand     in: 24 history samples (the last 24 of the previous call), then len
+ *                         new 12.8 kHz low-band samples.
+ *  @param pSrcHighBand    in: the same for the high band.
+ *  @param len             in: new samples per band, 1..1024.
+ *  @param pDst            out: *pDstCount samples, at most ceil(2 len facUp / (8 downFactor))
+ *                         (7680 for len 1024 at 48 kHz and downFactor 48).
+ *  @param dstLen          in: 3840 selects 48 kHz, 3528 selects 44.1 kHz.
+ *  @param pSrcDstHistory  in/out: 24 samples of the 25.6 kHz signal (zeros at the start).
+ *  @param pSrcDstPhase    in/out: the phase position, 0 .. facUp - 1 (0 at the start).
+ *  @param pDstCount       out: the number of samples written.
+ *  @param downFactor      in: the internal sampling-rate factor, 48..164 (96 = 25.6 kHz).
+ *  @return xvoStsNullPtr when a band pointer or pDst is null, then when the history, phase or
+ *          count pointer is null; xvoStsSize when dstLen or len is below 1, len is above 1024 or
+ *          dstLen is neither 3840 nor 3528; xvoStsRange when downFactor is outside 48..164 or the
+ *          phase outside 0 .. facUp - 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosBandJoinUpsample_AMRWBE_16s(const Xvo16s* pSrcLowBand, const Xvo16s* pSrcHighBand, Xvo32s len,
+                                                   Xvo16s* pDst, Xvo32s dstLen, Xvo16s* pSrcDstHistory,
+                                                   Xvo16s* pSrcDstPhase, Xvo32s* pDstCount, Xvo16s downFactor);
+
+/** TCX gain decoding (TS 26.290 D_gain_tcx): from the rms of the decoded spectrum, energy summed
+ *  in blocks of 16 ((y >> 2)^2 scaled by 2^-5 per block, saturating),
+ *  - good frame: gain = 10^(index / 28) / (4 rms), Q16; the rms of gain * spectrum is stored;
+ *  - bad frame: the stored rms decays by 0.7 (at least 1) and gain = stored rms / rms.
+ *  @param pSrcSpectrum in: len decoded spectral values (a last short block when len is not a
+ *                      multiple of 16 sums only its own values).
+ *  @param len          in: 1 or more (288, 576 or 1152 in the codec).
+ *  @param index        in: the 7-bit gain index, 0..127.
+ *  @param badFrame     in: 0 for a good frame, 1 for a lost one.
+ *  @param pSrcDstRms   in/out: the rms of the last decoded excitation, Q0 (read on a bad frame).
+ *  @param pDstGain     out: the gain, Q16.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len is below 1; xvoStsRange when
+ *          index is outside 0..127 or badFrame is not 0 or 1; else xvoStsOk. */
+XVOSC_API XvoStatus xvosGainDecodeTCX_AMRWBE_16s(const Xvo16s* pSrcSpectrum, Xvo32s len, Xvo32s index, Xvo32s badFrame,
+                                                Xvo16s* pSrcDstRms, Xvo32s* pDstGain);
+
+/** Segmental SNR: for each segment, signal energy 1 + sum 2 (x >> 3)^2 and error energy
+ *  1 + sum 2 r^2 with r = ((x - y) 8192 + 32768) >> 16 (saturating 32-bit sums); the difference
+ *  of their base-2 logarithms times 12330 (10 log10 2, Q12) is summed over the segments and
+ *  averaged: SNR = sum * segLen / len, in dB Q8, floored at -25348 (-99 dB).
+ *  @param pSrcSignal   in: len samples.
+ *  @param pSrcEstimate in: len samples.
+ *  @param len          in: total samples, 1 or more.
+ *  @param segLen       in: segment length, 1 or more, dividing len.
+ *  @param pDstSNR      out: the mean segmental SNR, dB Q8.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len or segLen is below 1 or len
+ *          is not a multiple of segLen; else xvoStsOk. */
+XVOSC_API XvoStatus xvosSNR_AMRWBE_16s(const Xvo16s* pSrcSignal, const Xvo16s* pSrcEstimate, Xvo32s len,
+                                      Xvo32s segLen, Xvo16s* pDstSNR);
 /* @section amrwbe:end */
 
 /* ======================================================================== */

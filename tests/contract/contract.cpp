@@ -62,6 +62,7 @@ const std::vector<Entry>& registry() {
         addG723Entries(v);
         addVqeEntries(v);
         addGsmAmrEntries(v);
+        addAmrwbeEntries(v);
         return v;
     }();
     return r;

@@ -103,5 +103,6 @@ void addG729Entries(std::vector<Entry>& r);
 void addG723Entries(std::vector<Entry>& r);
 void addVqeEntries(std::vector<Entry>& r);
 void addGsmAmrEntries(std::vector<Entry>& r);
+void addAmrwbeEntries(std::vector<Entry>& r);
 
 }  // namespace xvocontract
