@@ -1946,6 +1946,113 @@ XVOSC_API XvoStatus xvosGainDecodeTCX_AMRWBE_16s(const Xvo16s* pSrcSpectrum, Xvo
  *          is not a multiple of segLen; else xvoStsOk. */
 XVOSC_API XvoStatus xvosSNR_AMRWBE_16s(const Xvo16s* pSrcSignal, const Xvo16s* pSrcEstimate, Xvo32s len,
                                       Xvo32s segLen, Xvo16s* pDstSNR);
+/** Decimates 44.1 or 48 kHz input to 25.6 kHz and splits it into two 12.8 kHz bands (TS 26.290
+ *  Decim_split_12k8), the encoder's first step:
+ *  1. polyphase decimation by (8 facFs) / facDown, facDown = 1440 (48 kHz) or 1323 (44.1 kHz),
+ *     with the 48 / 44.1 kHz filters of xvosBandJoinUpsample_AMRWBE_16s read every facFs-th tap
+ *     (about 18720 / (8 facFs) or 17199 / (8 facFs) taps per side), scaled by facFs / 180 (so the
+ *     44.1 kHz path has a level of 165/180, -0.76 dB, as in the codec); the phase
+ *     position carries over in *pSrcDstFrac, and the filter reads the oldest end of a 1560-sample
+ *     input history (the codec's alignment delay);
+ *  2. the 25.6 kHz signal, 24 samples late, through the 24-tap half-band low pass: low band =
+ *     its even samples filtered (rounded), high band = the even samples minus the low band.
+ *  @param pSrc          in: *pDstConsumed new input samples, at most
+ *                       ceil((2 len facDown + frac) / (8 facFs)) (7680 for len 1024 at facFs 48).
+ *  @param pDstLowBand   out: len samples at 12.8 kHz (times facFs / 96).
+ *  @param pDstHighBand  out: len samples.
+ *  @param len           in: band samples per call, 1..1024 (1024 = 80 ms at facFs 96).
+ *  @param srcRate       in: 48000 or 44100.
+ *  @param facFs         in: internal sampling-rate factor, 48..164 (96 = 12.8 kHz bands).
+ *  @param pSrcDstMem    in/out: 1608 samples: 48 of the 25.6 kHz signal, then 1560 of input (zeros
+ *                       at the start of a stream).
+ *  @param pSrcDstFrac   in/out: phase position, 0 .. 8 facFs - 1 (0 at the start).
+ *  @param pDstConsumed  out: input samples consumed.
+ *  @return xvoStsNullPtr when a signal pointer is null, then when pSrcDstMem, pSrcDstFrac or
+ *          pDstConsumed is null; xvoStsSize when len is outside 1..1024; xvoStsRange when srcRate
+ *          is neither rate, facFs is outside 48..164 or the phase outside its range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosBandSplitDownsample_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s* pDstLowBand, Xvo16s* pDstHighBand,
+                                                      Xvo32s len, Xvo32s srcRate, Xvo16s facFs, Xvo16s* pSrcDstMem,
+                                                      Xvo16s* pSrcDstFrac, Xvo32s* pDstConsumed);
+
+/** Polyphase conversion between 44.1 / 48 kHz and factor / 12 of that rate (TS 26.290 Decim_fs
+ *  and Over_fs), with a 12-phase low pass of 12 taps per side (Q14). The phase position, 0..11,
+ *  carries over in *pSrcDstFrac: interpolating, a stream may be cut into calls anywhere;
+ *  decimating, the position restarts at the start of each call's input, so the stream stays
+ *  continuous when len factor is a multiple of 12 (as with the codec's 20 ms frames).
+ *  - direction 0 (decimate): len input samples at 44.1 / 48 kHz; the output count follows the
+ *    phase (about len factor / 12) and is returned in *pDstCount; the filter is read every
+ *    factor-th tap, 144 / factor taps per side, and the result scaled by factor / 12; 144 input
+ *    samples of history.
+ *  - direction 1 (interpolate): len output samples at 44.1 / 48 kHz; the input samples consumed
+ *    (about len factor / 12) are returned in *pDstCount; 24 input samples of history.
+ *  Factor 12 copies len samples unchanged and leaves the history and phase alone.
+ *  @param pSrc          in: len samples (decimate) or *pDstCount samples (interpolate, at most
+ *                       ceil((len factor + frac) / 12)).
+ *  @param pDst          out: *pDstCount samples (decimate) or len samples (interpolate).
+ *  @param len           in: 1..7680.
+ *  @param direction     in: 0 decimate, 1 interpolate.
+ *  @param factor        in: 2..12 for decimating except 7 (7/12 is not representable in the
+ *                       scaling division), 1..12 for interpolating.
+ *  @param pSrcDstMem    in/out: 144 (decimate) or 24 (interpolate) samples of input history.
+ *  @param pSrcDstFrac   in/out: phase position, 0..11 (0 at the start).
+ *  @param pDstCount     out: the output count (decimate) or the input count (interpolate).
+ *  @return xvoStsNullPtr when pSrc or pDst is null, then when pSrcDstMem, pSrcDstFrac or pDstCount
+ *          is null; xvoStsSize when len is outside 1..7680; xvoStsRange when direction, factor or
+ *          the phase is out of range; else xvoStsOk. */
+XVOSC_API XvoStatus xvosResamplePolyphase_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s* pDst, Xvo32s len, Xvo32s direction,
+                                                    Xvo16s factor, Xvo16s* pSrcDstMem, Xvo16s* pSrcDstFrac,
+                                                    Xvo32s* pDstCount);
+
+/** Memory of the decoder's low-band post-filter, owned by the caller. Set up with
+ *  xvosPostFilterLowBandInit_AMRWBE_16s (all zero, both lags 64). */
+typedef struct XvoPostFilterLowBandState_AMRWBE {
+    Xvo16s synth[503];  /**< the last 375 + 128 synthesis samples (375 + 64 used when not adjusting) */
+    Xvo16s noise[24];   /**< the last 24 harmonic-noise samples, at the previous frame's scale */
+    Xvo16s lag[2];      /**< lags of the previous frame's last subframes, 1..375 */
+    Xvo16s gain[2];     /**< their pitch gains, Q14 */
+    Xvo16s scale;       /**< the previous frame's 12-bit scaling shift, -3..12 */
+    Xvo16s reserved;    /**< keeps the record a multiple of 4 bytes; not read */
+} XvoPostFilterLowBandState_AMRWBE;
+
+/** Sets up a post-filter memory: all zero, both lags 64.
+ *  @return xvoStsNullPtr when pState is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosPostFilterLowBandInit_AMRWBE_16s(XvoPostFilterLowBandState_AMRWBE* pState);
+
+/** The decoder's low-band (bass) post-filter over one 1024-sample frame of 12.8 kHz synthesis
+ *  (TS 26.290 Bass_postfilter). Per 64-sample subframe with lag T and gain g (0..1 in Q14): T is
+ *  halved when the synthesis correlates with itself at T/2 by more than 0.95; g is limited to
+ *  sqrt(energy now / energy one lag later); the noise g (x[n] - x[n-T]/2 - x[n+T]/2) (or
+ *  g (x[n] - x[n-T]) where n + T passes the available synthesis) is low-pass filtered (25 taps) and
+ *  subtracted from the delayed synthesis. The frame is scaled to 12 significant bits
+ *  for this, and the noise history follows the scale from frame to frame.
+ *  @param pSrc        in: 1024 samples of synthesis.
+ *  @param pSrcLag     in: 16 pitch lags, one per subframe, 1..375.
+ *  @param pSrcGain    in: 16 pitch gains, Q14 (limited to 0..16384).
+ *  @param pDst        out: 1024 samples, the synthesis 76 samples (pitchAdjust 0) or 140 samples
+ *                     (pitchAdjust 1) late, filtered; may be pSrc.
+ *  @param pitchAdjust in: 0: subframe k uses the lag and gain of subframe k - 1 (the previous
+ *                     frame's last for k = 0); 1: the filter runs one more subframe late and
+ *                     subframe k uses those of k - 2.
+ *  @param pState      in/out: the filter memory.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when pitchAdjust is not 0 or 1;
+ *          xvoStsBadCodecParam when a lag of pSrcLag or of the memory is outside 1..375 or the
+ *          memory's scale outside -3..12; else xvoStsOk. */
+XVOSC_API XvoStatus xvosPostFilterLowBand_AMRWBE_16s(const Xvo16s* pSrc, const Xvo16s* pSrcLag, const Xvo16s* pSrcGain,
+                                                    Xvo16s* pDst, Xvo32s pitchAdjust,
+                                                    XvoPostFilterLowBandState_AMRWBE* pState);
+
+/** FIR filter of the stereo coder's mid band (TS 26.290 Fir_filt): y[n] = sum over j < order of
+ *  a[j] x[n - j], a in Q14, each product doubled and accumulated with saturation, result
+ *  round(sum << 2) (unit gain for Q14 taps).
+ *  @param pSrc     in: order - 1 history samples, then len samples.
+ *  @param pDst     out: len samples; must not overlap pSrc.
+ *  @param len      in: 1 or more.
+ *  @param pSrcCoef in: order taps, Q14 (the codec uses order 9).
+ *  @param order    in: 1..64.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsSize when len or order is below 1 or order
+ *          is above 64; else xvoStsOk. */
+XVOSC_API XvoStatus xvosFIRGenMidBand_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s* pDst, Xvo32s len, const Xvo16s* pSrcCoef,
+                                                Xvo32s order);
 /* @section amrwbe:end */
 
 /* ======================================================================== */
