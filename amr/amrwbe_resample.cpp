@@ -4,6 +4,8 @@
 // input history and its phase position in caller memory, so a stream may be cut into calls anywhere.
 #include <algorithm>
 
+#include <emmintrin.h>
+
 #include "amr/amrwbe_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
@@ -46,22 +48,69 @@ struct OwnPolyphase {
 /// Tap k of the prototype (0 past its end: the 44.1 kHz decimator's last phase reaches one past).
 inline int16_t ownTap(const OwnPolyphase& f, int k) { return k < f.protoLen ? f.proto[k] : 0; }
 
+constexpr int kMaxRows = 8192;  // phases x padded width: at most 4680 + 8 x 164 (split), 11 x 144, 12 x 24
+constexpr int kPad = 8;         // samples past the data that a padded row may read (weighted 0)
+
+/// The taps of every phase laid out as one contiguous row over x[pos - ncoef + 1 .. pos + ncoef],
+/// zero-padded to a multiple of 8; returns the largest sum of |tap| over a row.
+int32_t ownPhaseRows(const OwnPolyphase& f, int phases, int width, int16_t* rows) {
+    int32_t absMax = 0;
+    for (int fd = 0; fd < phases; ++fd) {
+        int16_t* r = rows + fd * width;
+        int32_t sum = 0;
+        for (int t = 0; t < width; ++t) {
+            int16_t c = 0;
+            if (t < f.ncoef) c = ownTap(f, fd + (f.ncoef - 1 - t) * f.stride);
+            else if (t < 2 * f.ncoef) c = ownTap(f, f.stride - fd + (t - f.ncoef) * f.stride);
+            r[t] = c;
+            sum += c < 0 ? -c : c;
+        }
+        absMax = std::max(absMax, sum);
+    }
+    return absMax;
+}
+
+/// Exact dot product of width (a multiple of 8) samples.
+inline int32_t ownDot(const int16_t* row, const int16_t* x, int width) {
+    __m128i a = _mm_setzero_si128();
+    for (int t = 0; t < width; t += 8)
+        a = _mm_add_epi32(a, _mm_madd_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + t)),
+                                            _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + t))));
+    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(1, 0, 3, 2)));
+    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(2, 3, 0, 1)));
+    return _mm_cvtsi128_si32(a);
+}
+
 /// count outputs; x[pos] is the newest sample of the left wing of an output at read position pos,
-/// x[pos + 1] the oldest of the right wing. The phase position runs on through *pFrac.
-void ownPolyphase(const OwnPolyphase& f, const int16_t* x, int16_t* dst, int count, int16_t* pFrac) {
+/// x[pos + 1] the oldest of the right wing. The phase position runs on through *pFrac. xEnd is one
+/// past the last sample read; kPad samples after it must be readable (they are weighted 0).
+void ownPolyphase(const OwnPolyphase& f, const int16_t* x, const int16_t* xEnd, int16_t* dst, int count,
+                  int16_t* pFrac) {
     const int16_t posStep = static_cast<int16_t>(f.facDown / f.facUp);
     const int16_t fracStep = sub(f.facDown, static_cast<int16_t>(posStep * f.facUp));
     const int16_t wrap = sub(f.facUp, fracStep);
+    const int phases = f.facUp >> f.shift, width = (2 * f.ncoef + 7) & ~7;
+    alignas(16) int16_t rows[kMaxRows];
+    const int32_t absMax = ownPhaseRows(f, phases, width, rows);
+    int16_t peak = 0;
+    for (const int16_t* p = x - f.ncoef + 1; p < xEnd; ++p) peak = std::max(peak, abs_s(*p));
+    // Below this bound no partial sum of the doubled products, nor its rounding, can saturate:
+    // the saturating sequence equals one exact sum in any order.
+    const bool exact = int64_t(peak) * absMax < (int64_t(1) << 29);
     int pos = 0;
     int16_t frac = *pFrac;
     for (int i = 0; i < count; ++i) {
-        const int16_t* left = x + pos;
-        const int16_t* right = left + 1;
         const int fd = frac >> f.shift;
         int32_t s = 0;
-        for (int j = 0, c1 = fd, c2 = f.stride - fd; j < f.ncoef; ++j, c1 += f.stride, c2 += f.stride) {
-            s = L_mac(s, left[-j], ownTap(f, c1));
-            s = L_mac(s, right[j], ownTap(f, c2));
+        if (exact) {
+            s = 2 * ownDot(rows + fd * width, x + pos - f.ncoef + 1, width);
+        } else {
+            const int16_t* left = x + pos;
+            const int16_t* right = left + 1;
+            for (int j = 0, c1 = fd, c2 = f.stride - fd; j < f.ncoef; ++j, c1 += f.stride, c2 += f.stride) {
+                s = L_mac(s, left[-j], ownTap(f, c1));
+                s = L_mac(s, right[j], ownTap(f, c2));
+            }
         }
         dst[i] = shl(mult_r(round_fx(s), f.gain), 1);
         if (frac >= wrap) {
@@ -126,15 +175,16 @@ XVOSC_API XvoStatus xvosBandSplitDownsample_AMRWBE_16s(const Xvo16s* pSrc, Xvo16
     if (L_msu(t, frame1, facUp) >= 0) frame = frame1;
 
     // in: decimator history, then the new input; lo: split-filter history, then 25.6 kHz samples.
-    int16_t in[kDecimHist + kMaxIn];
+    int16_t in[kDecimHist + kMaxIn + kPad];
     int16_t lo[kSplitHist + 2 * kMaxSplitLen];
     std::copy_n(pSrcDstMem + kSplitHist, kDecimHist, in);
     std::copy_n(pSrc, frame, in + kDecimHist);
+    std::fill_n(in + kDecimHist + frame, kPad, int16_t{0});
     std::copy_n(pSrcDstMem, kSplitHist, lo);
 
     const OwnPolyphase f{is48 ? kUp48Proto : kUp44Proto, is48 ? 2341 : 2146, facUp, facDown, gain, facFs, 3, ncoef};
     int16_t fracOut = *pSrcDstFrac;
-    ownPolyphase(f, in + ncoef, lo + kSplitHist, frameInt, &fracOut);
+    ownPolyphase(f, in + ncoef, in + kDecimHist + frame, lo + kSplitHist, frameInt, &fracOut);
 
     // 25.6 kHz -> two 12.8 kHz bands: the half-band low pass on even samples, 24 samples late.
     const int16_t* sig = lo + kSplitHist / 2;
@@ -168,14 +218,15 @@ XVOSC_API XvoStatus xvosResamplePolyphase_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s*
     // Decimating, factor 7 is left out (its gain 7/12 does not fit the normalised division) and
     // factor 1 would need more history than the 144 samples kept.
     XVO_RETURN_IF(factor < 1 || factor > 12 || (direction == 0 && (factor == 1 || factor == 7)), xvoStsRange);
-    XVO_RETURN_IF(*pSrcDstFrac < 0 || *pSrcDstFrac >= 12, xvoStsRange);
+    // The phase counts in 1/factor input samples when decimating, 1/12 when interpolating.
+    XVO_RETURN_IF(*pSrcDstFrac < 0 || *pSrcDstFrac >= (direction == 0 ? factor : 12), xvoStsRange);
 
     if (factor == 12) {  // same rate: the samples pass unchanged, histories untouched
         std::copy_n(pSrc, len, pDst);
         *pDstCount = len;
         return xvoStsOk;
     }
-    int16_t x[kFsDecimHist + kMaxIn];
+    int16_t x[kFsDecimHist + kMaxIn + kPad];
     int16_t frac = *pSrcDstFrac;
     if (direction == 0) {
         // 44.1 / 48 kHz -> factor / 12 of it: len inputs, as many outputs as the phase allows.
@@ -186,8 +237,9 @@ XVOSC_API XvoStatus xvosResamplePolyphase_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s*
         const int16_t count = ownCountBy12(t);
         std::copy_n(pSrcDstMem, kFsDecimHist, x);
         std::copy_n(pSrc, len, x + kFsDecimHist);
+        std::fill_n(x + kFsDecimHist + len, kPad, int16_t{0});
         const OwnPolyphase f{kLp12, 145, factor, 12, gain, factor, 0, ncoef};
-        ownPolyphase(f, x + ncoef - 1, pDst, count, &frac);
+        ownPolyphase(f, x + ncoef - 1, x + kFsDecimHist + len, pDst, count, &frac);
         std::copy_n(x + len, kFsDecimHist, pSrcDstMem);
         *pDstCount = count;
     } else {
@@ -196,8 +248,9 @@ XVOSC_API XvoStatus xvosResamplePolyphase_AMRWBE_16s(const Xvo16s* pSrc, Xvo16s*
         const int16_t consumed = ownCountBy12(t);
         std::copy_n(pSrcDstMem, kFsOverHist, x);
         std::copy_n(pSrc, consumed, x + kFsOverHist);
+        std::fill_n(x + kFsOverHist + consumed, kPad, int16_t{0});
         const OwnPolyphase f{kLp12, 145, 12, factor, 32767, 12, 0, 12};
-        ownPolyphase(f, x + 11, pDst, len, &frac);
+        ownPolyphase(f, x + 11, x + kFsOverHist + consumed, pDst, len, &frac);
         std::copy_n(x + consumed, kFsOverHist, pSrcDstMem);
         *pDstCount = consumed;
     }

@@ -1975,7 +1975,7 @@ XVOSC_API XvoStatus xvosBandSplitDownsample_AMRWBE_16s(const Xvo16s* pSrc, Xvo16
                                                       Xvo16s* pSrcDstFrac, Xvo32s* pDstConsumed);
 
 /** Polyphase conversion between 44.1 / 48 kHz and factor / 12 of that rate (TS 26.290 Decim_fs
- *  and Over_fs), with a 12-phase low pass of 12 taps per side (Q14). The phase position, 0..11,
+ *  and Over_fs), with a 12-phase low pass of 12 taps per side (Q14). The phase position
  *  carries over in *pSrcDstFrac: interpolating, a stream may be cut into calls anywhere;
  *  decimating, the position restarts at the start of each call's input, so the stream stays
  *  continuous when len factor is a multiple of 12 (as with the codec's 20 ms frames).
@@ -1994,7 +1994,8 @@ XVOSC_API XvoStatus xvosBandSplitDownsample_AMRWBE_16s(const Xvo16s* pSrc, Xvo16
  *  @param factor        in: 2..12 for decimating except 7 (7/12 is not representable in the
  *                       scaling division), 1..12 for interpolating.
  *  @param pSrcDstMem    in/out: 144 (decimate) or 24 (interpolate) samples of input history.
- *  @param pSrcDstFrac   in/out: phase position, 0..11 (0 at the start).
+ *  @param pSrcDstFrac   in/out: phase position in 1/factor input samples when decimating
+ *                       (0 .. factor - 1), in 1/12 when interpolating (0..11); 0 at the start.
  *  @param pDstCount     out: the output count (decimate) or the input count (interpolate).
  *  @return xvoStsNullPtr when pSrc or pDst is null, then when pSrcDstMem, pSrcDstFrac or pDstCount
  *          is null; xvoStsSize when len is outside 1..7680; xvoStsRange when direction, factor or

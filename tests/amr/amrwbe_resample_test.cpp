@@ -114,6 +114,36 @@ TEST(AmrwbeResample, TonesKeepTheirGainDownAndUp) {
     EXPECT_EQ(resample(x, 0, 12, {500}), V(x.begin(), x.begin() + 19000));
 }
 
+TEST(AmrwbeResample, SaturatingAndExactSumsAgree) {
+    // A full-scale sample at the very end of a call's input moves the whole call onto the
+    // saturating sums; every output it cannot reach must equal the exact-sum output (the rest of
+    // the input is quiet enough for exact sums even at factor 2).
+    V x = speechLike(8000, 21);
+    for (auto& v : x) v = int16_t(v / 16);
+    for (int factor : {2, 4, 6, 11}) {
+        V loud(x);
+        loud[7679] = -32768;
+        V mem0(144, 0), mem1(144, 0), y0(7680), y1(7680);
+        int16_t f0 = 0, f1 = 0;
+        int32_t n0 = 0, n1 = 0;
+        xvosResamplePolyphase_AMRWBE_16s(x.data(), y0.data(), 7680, 0, int16_t(factor), mem0.data(), &f0, &n0);
+        xvosResamplePolyphase_AMRWBE_16s(loud.data(), y1.data(), 7680, 0, int16_t(factor), mem1.data(), &f1, &n1);
+        ASSERT_EQ(n0, n1);
+        EXPECT_TRUE(std::equal(y0.begin(), y0.begin() + n0 - 16, y1.begin())) << factor;
+    }
+    V mem0(1608, 0), mem1(1608, 0), l0(1024), l1(1024), h0(1024), h1(1024);
+    int16_t f0 = 0, f1 = 0;
+    int32_t u0 = 0, u1 = 0;
+    V loud(x);
+    loud[3839] = 32767;  // the last sample consumed; the decimator reads 1560 samples behind
+    xvosBandSplitDownsample_AMRWBE_16s(x.data(), l0.data(), h0.data(), 1024, 48000, 96, mem0.data(), &f0, &u0);
+    xvosBandSplitDownsample_AMRWBE_16s(loud.data(), l1.data(), h1.data(), 1024, 48000, 96, mem1.data(), &f1, &u1);
+    ASSERT_EQ(u0, 3840);
+    EXPECT_EQ(l0, l1);
+    EXPECT_EQ(h0, h1);
+    EXPECT_NE(mem0, mem1);
+}
+
 /// Runs the band splitter over x from 48 or 44.1 kHz with the given band lengths (cycled).
 std::pair<V, V> split(const V& x, int rate, int facFs, std::vector<int> lens) {
     V mem(1608, 0), lo, hi;

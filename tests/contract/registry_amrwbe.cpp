@@ -149,9 +149,10 @@ void addAmrwbeEntries(std::vector<Entry>& r) {
                {0, 1, 2, 3, 4}, {0},
                {intIs(0, 7681, xvoStsSize), intIs(1, 2, xvoStsRange), intIs(2, 7, xvoStsRange),
                 intIs(2, 13, xvoStsRange),
+                {"phase 6 decimating by 6", [](Call& c) { c.set<int16_t>(3, 0, 6); }, xvoStsRange},
                 {"phase 12", [](Call& c) { c.set<int16_t>(3, 0, 12); }, xvoStsRange}}};
     poly.fuzzRange = {{1, {-1, 2}}, {2, {0, 13}}};
-    poly.fuzzFix = phaseBelow(3, 13);
+    poly.fuzzFix = phaseBelow(3, 12);
     r.push_back(poly);
 
     r.push_back({"xvosPostFilterLowBandInit_AMRWBE_16s", [](Call& c) { c.buffer(sizeof(XvoPostFilterLowBandState_AMRWBE)); },
