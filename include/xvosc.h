@@ -1208,6 +1208,35 @@ XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s(const Xvo16s* pSrcImpulseResponse
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDst);
 
+/** G.723.1 LPC-analysis autocorrelation of one 180-sample block (G.723.1 2.4): the block is
+ *  normalised to its peak, Hamming-windowed, its energy raised by 1/1024 (white-noise correction)
+ *  and normalised to Q15; lags 1..10 get the same normalisation and the binomial lag window.
+ *  A silent block gives 11 zeros.
+ *  @param pSrc in: 180 samples (the block centred on the subframe).
+ *  @param pDst out: 11 values: the energy normalised to 16384..32767 (0 for silence), then lags
+ *              1..10 on the same scale.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorr_G723_16s(const Xvo16s* pSrc, Xvo16s* pDst);
+
+/** xvosAutoCorr_G723_16s with the scale of the result: *pNorm = norm + 2 x (block shift), so that
+ *  the true autocorrelation is pDst[k] x 2^(-*pNorm) in the block's units (the scale the
+ *  comfort-noise analysis keeps with each subframe's values); 40 for a silent block.
+ *  @param pSrc  in: 180 samples.
+ *  @param pDst  out: 11 values.
+ *  @param pNorm out: the scale, -6..40.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosAutoCorr_NormE_G723_16s(const Xvo16s* pSrc, Xvo16s* pDst, Xvo32s* pNorm);
+
+/** G.723.1 LPC to LSP frequencies (G.723.1 2.5): after a 0.994 bandwidth expansion, the sum and
+ *  difference polynomials are evaluated alternately on a 256-point grid of 0..pi; each sign change
+ *  gives a frequency (grid index in the top 9 bits, 7 bits by linear interpolation). When fewer
+ *  than 10 are found the previous frequencies are kept.
+ *  @param pSrcLPC     in: 10 LPC coefficients a1..a10, Q13.
+ *  @param pSrcPrevLSF in: the previous frame's 10 frequencies.
+ *  @param pDstLSF     out: 10 frequencies, 0..32767 for 0..pi, increasing.
+ *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
+XVOSC_API XvoStatus xvosLPCToLSF_G723_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSF, Xvo16s* pDstLSF);
+
 /* @section g723:end */
 
 /* ======================================================================== */

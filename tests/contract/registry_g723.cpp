@@ -144,6 +144,28 @@ void addG723Entries(std::vector<Entry>& r) {
                      c.buffer(416 * sizeof(Xvo32s));
                  },
                  [](Call& c) { return xvosToeplizMatrix_G723_16s32s(c.p<Xvo16s>(0), c.p<Xvo32s>(1)); }, {0, 1}, {}, {}});
+    r.push_back({"xvosAutoCorr_G723_16s",
+                 [](Call& c) {
+                     c.random16(180);
+                     c.buffer(11 * sizeof(Xvo16s));
+                 },
+                 [](Call& c) { return xvosAutoCorr_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1)); }, {0, 1}, {}, {}});
+    r.push_back({"xvosAutoCorr_NormE_G723_16s",
+                 [](Call& c) {
+                     c.random16(180);
+                     c.buffer(11 * sizeof(Xvo16s));
+                     c.buffer(sizeof(Xvo32s));
+                 },
+                 [](Call& c) { return xvosAutoCorr_NormE_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo32s>(2)); },
+                 {0, 1, 2}, {}, {}});
+    r.push_back({"xvosLPCToLSF_G723_16s",
+                 [](Call& c) {
+                     c.random16(10, -16000, 16000);
+                     c.random16(10);
+                     c.buffer(10 * sizeof(Xvo16s));
+                 },
+                 [](Call& c) { return xvosLPCToLSF_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2)); },
+                 {0, 1, 2}, {}, {}});
 }
 
 }  // namespace xvocontract
