@@ -2,6 +2,7 @@
 // (G.723.1 2.15): pulse search on both grids around the quantised largest
 // amplitude, optionally with the pitch-train impulse response, then the
 // combinatorial position code and the pitch train on the code vector.
+#include <algorithm>
 #include <cstdint>
 
 #include "core/check.h"
@@ -36,14 +37,11 @@ void ownPitchTrain(int16_t* dst, const int16_t* src, int16_t lag) {
         for (int i = d; i < kSubFrLen; ++i) dst[i] = add(dst[i], tmp[i - d]);
 }
 
-// One search pass (reference Find_Best): olp < 58 uses the pitch-train response.
-void ownFindBest(Best& best, const int16_t* tv, const int16_t* h, int np, int16_t olp) {
-    int16_t imr[kSubFrLen];
-    const int16_t train = olp < kSubFrLen - 2 ? 1 : 0;
-    if (train)
-        ownPitchTrain(imr, h, olp);
-    else
-        for (int i = 0; i < kSubFrLen; ++i) imr[i] = h[i];
+// One search pass (reference Find_Best) with the impulse response imr: np pulses on each grid,
+// amplitudes around the estimate; best is replaced by any candidate scoring above it. Returns
+// true when it was.
+bool ownFindBest(Best& best, const int16_t* tv, const int16_t* imr, int np) {
+    bool improved = false;
 
     // Autocorrelation of the halved response, normalised by its energy.
     int16_t half[kSubFrLen], rr[kSubFrLen];
@@ -118,14 +116,15 @@ void ownFindBest(Best& best, const int16_t* tv, const int16_t* h, int np, int16_
                 score = L_sub(score, L_shr(L_mult(y, y), 1));
             }
             if (score > best.maxErr) {
+                improved = true;
                 best.maxErr = score;
                 best.grid = static_cast<int16_t>(k);
                 best.ampId = mampId;
-                best.train = train;
                 for (int j = 0; j < np; ++j) best.amp[j] = amp[j], best.loc[j] = loc[j];
             }
         }
     }
+    return improved;
 }
 
 }  // namespace
@@ -134,8 +133,13 @@ void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16
                          int16_t* trainFlag, int16_t* gainIndex, int16_t* signCode, int32_t* posCode, int16_t sfc) {
     const int np = kPulses[sfc];
     Best best;
-    ownFindBest(best, tv, h, np, kSubFrLen);
-    if (lag < kSubFrLen - 2) ownFindBest(best, tv, h, np, lag);
+    ownFindBest(best, tv, h, np);
+    if (lag < kSubFrLen - 2) {
+        // Second pass with the response extended by the pitch train; kept when it scores better.
+        int16_t imr[kSubFrLen];
+        ownPitchTrain(imr, h, lag);
+        if (ownFindBest(best, tv, imr, np)) best.train = 1;
+    }
 
     int16_t v[kSubFrLen] = {};
     for (int i = 0; i < np; ++i) v[best.loc[i]] = best.amp[i];
@@ -171,6 +175,30 @@ void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16
 using namespace xvo;
 
 extern "C" {
+
+XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
+                                           Xvo16s* pDstAmplitude, Xvo16s* pDstPosition, Xvo16s* pDstGrid,
+                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
+                                           Xvo32s* pDstIndex) {
+    XVO_CHECK(ownCheckPtrs(pSrcImpulseResponse, pSrcTarget));
+    XVO_CHECK(ownCheckPtrs(pDstAmplitude, pDstPosition));
+    XVO_CHECK(ownCheckPtrs(pDstGrid, pDstSubframe));
+    XVO_CHECK(ownCheckPtrs(pDstGainIndex, pDstIndex));
+    XVO_RETURN_IF(numPulses != 5 && numPulses != 6, xvoStsRange);
+    g723::Best best;
+    best.maxErr = *pDstIndex;
+    if (!g723::ownFindBest(best, pSrcTarget, pSrcImpulseResponse, numPulses)) return xvoStsOk;
+    std::fill_n(pDstSubframe, g723::kSubFrLen, Xvo16s{0});
+    for (int j = 0; j < numPulses; ++j) {
+        pDstAmplitude[j] = best.amp[j];
+        pDstPosition[j] = best.loc[j];
+        pDstSubframe[best.loc[j]] = best.amp[j];
+    }
+    *pDstGrid = best.grid;
+    *pDstGainIndex = best.ampId;
+    *pDstIndex = best.maxErr;
+    return xvoStsOk;
+}
 
 XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16s* pSrcImpulseResponse,
                                                      const Xvo16s* pSrcTarget, Xvo16s* pDstFixedVector,

@@ -1237,6 +1237,32 @@ XVOSC_API XvoStatus xvosAutoCorr_NormE_G723_16s(const Xvo16s* pSrc, Xvo16s* pDst
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosLPCToLSF_G723_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSF, Xvo16s* pDstLSF);
 
+/** One pass of the G.723.1 MP-MLQ pulse search (G.723.1 2.15, the reference's Find_Best), for
+ *  callers that run the passes themselves: on each grid, numPulses pulses are placed one by one
+ *  where the backward-filtered target (less the earlier pulses' contributions) peaks, for the four
+ *  amplitude levels around the one nearest the largest correlation, and every candidate is scored
+ *  by 2 <target, synthesis> - |synthesis|^2. The outputs are written only when a candidate scores
+ *  above *pDstIndex, so passes chain from *pDstIndex = INT32_MIN (xvosMPMLQFixedCodebookSearch_G723
+ *  runs the plain response, then the pitch-train response when the lag is below 58).
+ *  @param pSrcImpulseResponse in: 60 samples (Q13): the response to search with.
+ *  @param pSrcTarget          in: 60 samples, the target after the adaptive contribution.
+ *  @param pDstAmplitude       out: numPulses signed pulse amplitudes (the quantised level), in the
+ *                             order the pulses were placed.
+ *  @param pDstPosition        out: their positions, 0..59.
+ *  @param pDstGrid            out: 0 (even positions) or 1 (odd).
+ *  @param pDstSubframe        out: 60 samples, the pulses at their positions, zero elsewhere.
+ *  @param pDstGainIndex       out: amplitude level index, 0..23.
+ *  @param numPulses           in: 6 (subframes 0 and 2) or 5 (1 and 3).
+ *  @param pDstIndex           in/out: the best score so far (in), the winning score when a
+ *                             candidate beat it (out).
+ *  @return xvoStsNullPtr when a pointer is null (in pairs: response and target, amplitudes and
+ *          positions, grid and subframe, gain index and score); xvoStsRange when numPulses is not
+ *          5 or 6; else xvoStsOk (outputs untouched when no candidate beat *pDstIndex). */
+XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
+                                           Xvo16s* pDstAmplitude, Xvo16s* pDstPosition, Xvo16s* pDstGrid,
+                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
+                                           Xvo32s* pDstIndex);
+
 /* @section g723:end */
 
 /* ======================================================================== */

@@ -1,5 +1,7 @@
 #include "contract.h"
 
+#include <climits>
+
 namespace xvocontract {
 
 void addG723Entries(std::vector<Entry>& r) {
@@ -166,6 +168,28 @@ void addG723Entries(std::vector<Entry>& r) {
                  },
                  [](Call& c) { return xvosLPCToLSF_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2)); },
                  {0, 1, 2}, {}, {}});
+    Entry gq{"xvosGainQuant_G723_16s",
+             [](Call& c) {
+                 c.random16(60, -8192, 8192);
+                 c.random16(60, -4000, 4000);
+                 c.buffer(6 * sizeof(Xvo16s));
+                 c.buffer(6 * sizeof(Xvo16s));
+                 c.buffer(sizeof(Xvo16s));
+                 c.buffer(60 * sizeof(Xvo16s));
+                 c.buffer(sizeof(Xvo16s));
+                 const int k = c.buffer(sizeof(Xvo32s));
+                 c.set<Xvo32s>(k, 0, INT32_MIN);
+                 c.integer(6);
+             },
+             [](Call& c) {
+                 return xvosGainQuant_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                               c.p<Xvo16s>(4), c.p<Xvo16s>(5), c.p<Xvo16s>(6), c.i(0),
+                                               c.p<Xvo32s>(7));
+             },
+             {0, 1, 2, 3, 4, 5, 6, 7}, {},
+             {{"4 pulses", [](Call& c) { c.ints[0] = 4; }, xvoStsRange}}};
+    gq.fuzzRange = {{0, {4, 7}}};
+    r.push_back(gq);
 }
 
 }  // namespace xvocontract
