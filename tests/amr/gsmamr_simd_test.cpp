@@ -40,3 +40,21 @@ TEST(GsmAmrSimd, LagKernelTwinsEqualScalar) {
     }
     if (levels == 0) GTEST_SKIP() << "SKIPPED: no vector level on this CPU";
 }
+
+TEST(GsmAmrSimd, FftStageTwinsEqualScalar) {
+    const auto& ref = ownGsmAmrKernelsFor(OwnCpuLevel::Scalar);
+    std::mt19937 rng(26094);
+    for (auto level : {OwnCpuLevel::SSE41, OwnCpuLevel::AVX2}) {
+        if (!ownCpuSupports(level)) continue;
+        const auto& k = ownGsmAmrKernelsFor(level);
+        for (int n = 0; n < 300; ++n) {
+            const int amp = n < 100 ? 300 : n < 200 ? 13499 : 6000;
+            std::array<int16_t, 128> a, b;
+            for (auto& v : a) v = int16_t(n % 7 == 0 ? (rng() & 1 ? amp : -amp) : int(rng() % (2 * amp + 1)) - amp);
+            b = a;
+            ref.fftStage(a.data(), n % 6);
+            k.fftStage(b.data(), n % 6);
+            ASSERT_EQ(a, b) << ownCpuLevelName(level) << " stage " << n % 6 << " case " << n;
+        }
+    }
+}
