@@ -106,10 +106,8 @@ constexpr int16_t mult_r(int16_t a, int16_t b) { return sat16((int32_t(a) * b + 
 constexpr int16_t norm_s(int16_t a) {
     if (a == 0) return 0;
     if (a == -1) return 15;
-    int32_t v = a < 0 ? ~int32_t(a) : int32_t(a);
-    int16_t n = 0;
-    while (v < 0x4000) { v <<= 1; ++n; }
-    return n;
+    const int32_t v = a < 0 ? ~int32_t(a) : int32_t(a);  // 1..0x7fff
+    return static_cast<int16_t>(__builtin_clz(static_cast<uint32_t>(v)) - 17);
 }
 
 // ---- 32-bit operators --------------------------------------------------------
@@ -141,12 +139,11 @@ constexpr int32_t L_shr(int32_t a, int n, bool& o);
 constexpr int32_t L_shl(int32_t a, int n, bool& o) {
     if (n <= 0) return L_shr(a, n < -32 ? 32 : -n, o);
     if (a == 0) return 0;
-    for (; n > 0; --n) {
-        if (a > 0x3fffffff) { o = true; return MAX_32; }
-        if (a < -0x40000000) { o = true; return MIN_32; }
-        a *= 2;
-    }
-    return a;
+    // Doubling n times saturates exactly when a lies beyond MAX_32 >> n or MIN_32 >> n.
+    if (n > 31) { o = true; return a > 0 ? MAX_32 : MIN_32; }
+    if (a > (MAX_32 >> n)) { o = true; return MAX_32; }
+    if (a < (MIN_32 >> n)) { o = true; return MIN_32; }
+    return static_cast<int32_t>(static_cast<uint32_t>(a) << n);
 }
 /// Arithmetic 32-bit right shift; a negative count shifts left (saturating).
 constexpr int32_t L_shr(int32_t a, int n, bool& o) {

@@ -69,3 +69,29 @@ TEST(Fixed, DoublePrecisionFormatRoundTrips) {
     EXPECT_EQ(Mpy_32(16384, 0, 16384, 0), 0x20000000);
     EXPECT_EQ(Mpy_32_16(16384, 0, 16384), 0x20000000);
 }
+
+// The shift and normalisation operators against the reference's bit-by-bit definitions.
+TEST(Fixed, ShiftsAndNormsEqualTheirStepwiseDefinitions) {
+    for (int a = -32768; a <= 32767; ++a) {
+        int n = 0;
+        if (a != 0 && a != -1)
+            for (int v = a < 0 ? ~a : a; v < 0x4000; v <<= 1) ++n;
+        ASSERT_EQ(norm_s(int16_t(a)), a == -1 ? 15 : n) << a;
+    }
+    uint32_t seed = 7;
+    for (int k = 0; k < 200000; ++k) {
+        seed = seed * 1664525u + 1013904223u;
+        const int shift = int(seed >> 27) + (k & 7);  // 0..38
+        const int32_t a = static_cast<int32_t>(seed * 2654435761u) >> (k % 31);
+        int32_t want = a;
+        bool wantO = false;
+        for (int i = 0; i < shift && !wantO; ++i) {
+            if (want > 0x3fffffff) want = MAX_32, wantO = true;
+            else if (want < -0x40000000) want = MIN_32, wantO = true;
+            else want *= 2;
+        }
+        bool o = false;
+        ASSERT_EQ(L_shl(a, shift, o), want) << a << " << " << shift;
+        ASSERT_EQ(o, wantO) << a << " << " << shift;
+    }
+}
