@@ -6,6 +6,7 @@
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "g723/g723_internal.h"
 #include "g723/g723_tables.h"
 #include "xvosc.h"
 
@@ -18,15 +19,8 @@ namespace {
 constexpr int kGrid = 2;         // pulse grids (even / odd positions)
 constexpr int kGainLevels = 24;  // pulse amplitude levels
 constexpr int kMlqSteps = 2;     // amplitudes tried each side of the estimate
-constexpr int kMaxPulses = 6;
 constexpr int kPulses[4] = {6, 5, 6, 5};
 
-struct Best {
-    int32_t maxErr = MIN_32;
-    int16_t grid = 0, ampId = 0, train = 0;
-    int16_t amp[kMaxPulses] = {};
-    int16_t loc[kMaxPulses] = {};
-};
 
 // Adds copies of src delayed by lag, 2 lag, ... (saturating) into dst.
 void ownPitchTrain(int16_t* dst, const int16_t* src, int16_t lag) {
@@ -36,15 +30,14 @@ void ownPitchTrain(int16_t* dst, const int16_t* src, int16_t lag) {
         for (int i = d; i < kSubFrLen; ++i) dst[i] = add(dst[i], tmp[i - d]);
 }
 
-// One search pass (reference Find_Best): olp < 58 uses the pitch-train response.
-void ownFindBest(Best& best, const int16_t* tv, const int16_t* h, int np, int16_t olp) {
-    int16_t imr[kSubFrLen];
-    const int16_t train = olp < kSubFrLen - 2 ? 1 : 0;
-    if (train)
-        ownPitchTrain(imr, h, olp);
-    else
-        for (int i = 0; i < kSubFrLen; ++i) imr[i] = h[i];
+}  // namespace
 
+// One search over both grids with the response imr as given (plain or with
+// its pitch train): for each grid the largest backward-filtered target sets
+// the amplitude estimate, and 4 amplitude levels around it place np pulses
+// greedily; the candidate of largest score (first on ties) is kept in best,
+// which the caller starts at maxErr = MIN_32.
+void ownGainQuant_G723(MlqBest& best, const int16_t* tv, const int16_t* imr, int np) {
     // Autocorrelation of the halved response, normalised by its energy.
     int16_t half[kSubFrLen], rr[kSubFrLen];
     for (int i = 0; i < kSubFrLen; ++i) half[i] = shr(imr[i], 1);
@@ -121,21 +114,27 @@ void ownFindBest(Best& best, const int16_t* tv, const int16_t* h, int np, int16_
                 best.maxErr = score;
                 best.grid = static_cast<int16_t>(k);
                 best.ampId = mampId;
-                best.train = train;
                 for (int j = 0; j < np; ++j) best.amp[j] = amp[j], best.loc[j] = loc[j];
             }
         }
     }
 }
 
-}  // namespace
-
 void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16_t* code, int16_t* grid,
                          int16_t* trainFlag, int16_t* gainIndex, int16_t* signCode, int32_t* posCode, int16_t sfc) {
     const int np = kPulses[sfc];
-    Best best;
-    ownFindBest(best, tv, h, np, kSubFrLen);
-    if (lag < kSubFrLen - 2) ownFindBest(best, tv, h, np, lag);
+    // Plain response first; the pitch-train response (lags below 58) replaces
+    // its result only when it scores strictly better.
+    MlqBest best;
+    ownGainQuant_G723(best, tv, h, np);
+    int16_t train = 0;
+    if (lag < kSubFrLen - 2) {
+        int16_t imr[kSubFrLen];
+        ownPitchTrain(imr, h, lag);
+        MlqBest withTrain;
+        ownGainQuant_G723(withTrain, tv, imr, np);
+        if (withTrain.maxErr > best.maxErr) best = withTrain, train = 1;
+    }
 
     int16_t v[kSubFrLen] = {};
     for (int i = 0; i < np; ++i) v[best.loc[i]] = best.amp[i];
@@ -155,12 +154,12 @@ void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16
             if (++row == kMaxPulses) break;
         }
     }
-    if (best.train == 1)
+    if (train == 1)
         ownPitchTrain(code, v, lag);
     else
         for (int i = 0; i < kSubFrLen; ++i) code[i] = v[i];
     *grid = best.grid;
-    *trainFlag = best.train;
+    *trainFlag = train;
     *gainIndex = best.ampId;
     *signCode = signs;
     *posCode = pos;
@@ -184,6 +183,27 @@ XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16
     XVO_RETURN_IF(subFrame < 0 || subFrame > 3, xvoStsRange);
     g723::ownMPMLQSearch_G723(valLag, pSrcImpulseResponse, pSrcTarget, pDstFixedVector, pDstPulseData, pDstTrainFlag,
                               pDstGainIndex, pDstSignCode, pDstPositionCode, subFrame);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
+                                           Xvo16s* pDstLocation, Xvo16s* pDstAmplitude, Xvo16s* pDstGrid,
+                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
+                                           Xvo32s* pDstIndex) {
+    XVO_CHECK(ownCheckPtrs(pSrcImpulseResponse, pSrcTarget, pDstLocation, pDstAmplitude, pDstGrid, pDstSubframe,
+                           pDstGainIndex, pDstIndex));
+    XVO_RETURN_IF(numPulses != 5 && numPulses != 6, xvoStsRange);
+    g723::MlqBest best;
+    g723::ownGainQuant_G723(best, pSrcTarget, pSrcImpulseResponse, numPulses);
+    for (int i = 0; i < g723::kSubFrLen; ++i) pDstSubframe[i] = 0;
+    for (int i = 0; i < numPulses; ++i) {
+        pDstLocation[i] = best.loc[i];
+        pDstAmplitude[i] = best.amp[i];
+        pDstSubframe[best.loc[i]] = best.amp[i];
+    }
+    *pDstGrid = best.grid;
+    *pDstGainIndex = best.ampId;
+    *pDstIndex = best.maxErr;
     return xvoStsOk;
 }
 

@@ -5,6 +5,7 @@
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "g723/g723_internal.h"
 #include "g723/g723_tables.h"
 #include "xvosc.h"
 
@@ -52,6 +53,9 @@ void ownToeplitz_G723(const int16_t* H, T* rr, bool halve, int32_t en) {
             for (int qa = 0; qa < kPos; ++qa)
                 for (int qb = 0; qb < kPos; ++qb) *p++ = entry(8 * qa + 2 * a, 8 * qb + 2 * b);
 }
+
+template void ownToeplitz_G723<int16_t>(const int16_t*, int16_t*, bool, int32_t);
+template void ownToeplitz_G723<int32_t>(const int16_t*, int32_t*, bool, int32_t);
 
 }  // namespace xvo::g723
 
