@@ -1285,8 +1285,8 @@ XVOSC_API XvoStatus xvosAutoCorr_G723_16s(const Xvo16s* pSrc, Xvo16s* pDst);
 
 /** xvosAutoCorr_G723_16s with its scale: pDst receives the same 11 values and *pNorm the combined
  *  left shift of the autocorrelation, norm_l of the corrected energy plus twice the block's
- *  normalisation shift (which is -3..11), or 40 when the energy rounds to 0. r(k) of the block is
- *  then pDst[k] x 2^(-*pNorm) up to the window factors.
+ *  normalisation shift (which is -3..11), or 40 when the energy rounds to 0: the autocorrelation
+ *  of the Hamming-windowed block (with the correction and lag window) is pDst[k] x 2^(16 - *pNorm).
  *  @param pSrc  in: 180 samples.
  *  @param pDst  out: 11 values.
  *  @param pNorm out: the scale.
