@@ -32,10 +32,23 @@ struct Track {
 // Backward-filtered target scaled so its maximum fits on 13 bits (Cor_h_X).
 void ownCorrTarget(const int16_t* x, const int16_t* h, int16_t* dn) {
     int32_t y32[kSubFrLen];
+    // When 2 sum|x| max|h| stays below 2^31 no partial sum can saturate and
+    // plain sums equal the saturating ones.
+    int64_t sx = 0;
+    int32_t mh = 0;
+    for (int i = 0; i < kSubFrLen; ++i) {
+        sx += x[i] < 0 ? -int32_t(x[i]) : x[i];
+        mh = h[i] < 0 ? (-h[i] > mh ? -h[i] : mh) : (h[i] > mh ? h[i] : mh);
+    }
+    const bool plain = 2 * sx * mh < MAX_32;
     int32_t mx = 0;
     for (int i = 0; i < kSubFrLen; ++i) {
         int32_t s = 0;
-        for (int j = i; j < kSubFrLen; ++j) s = L_mac(s, x[j], h[j - i]);
+        if (plain) {
+            for (int j = i; j < kSubFrLen; ++j) s += 2 * x[j] * h[j - i];
+        } else {
+            for (int j = i; j < kSubFrLen; ++j) s = L_mac(s, x[j], h[j - i]);
+        }
         y32[i] = s;
         s = L_abs(s);
         if (s > mx) mx = s;
