@@ -57,6 +57,26 @@ void BM_G723_MPMLQSearch(benchmark::State& st) {
 }
 BENCHMARK(BM_G723_MPMLQSearch)->Name("g723/MPMLQFixedCodebookSearch_golden/xvosc");
 
+// The 5.3 kbit/s search on the MP-MLQ golden targets, a fresh budget per frame of 4.
+template <bool Wide>
+void BM_G723_AcelpSearch(benchmark::State& st) {
+    const auto& g = inputs("xvosMPMLQFixedCodebookSearch_G723");
+    if (g.rows.empty()) return st.SkipWithError("golden inputs not found");
+    size_t r = 0;
+    Xvo16s extra = 120;
+    for (auto _ : st) {
+        const auto h = g.get(r, "pSrcImpulseResponse"), t = g.get(r, "pSrcTarget");
+        Xvo16s v[60], gi, sh, sg, pos;
+        if (r % 4 == 0) extra = 120;
+        const auto fn = Wide ? xvosACELPFixedCodebookSearch_G723_32s16s : xvosACELPFixedCodebookSearch_G723_16s;
+        fn(t.data(), h.data(), v, &gi, &sh, &sg, &pos, &extra, Xvo16s(g.value(r, "valLag")), 8000);
+        benchmark::DoNotOptimize(pos);
+        r = (r + 1) % g.rows.size();
+    }
+}
+BENCHMARK(BM_G723_AcelpSearch<false>)->Name("g723/ACELPFixedCodebookSearch_16s_golden/xvosc");
+BENCHMARK(BM_G723_AcelpSearch<true>)->Name("g723/ACELPFixedCodebookSearch_32s16s_golden/xvosc");
+
 void BM_G723_HarmonicSearch(benchmark::State& st) {
     const auto& g = inputs("xvosHarmonicSearch_G723_16s");
     if (g.rows.empty()) return st.SkipWithError("golden inputs not found");

@@ -20,5 +20,11 @@ extern const int16_t kFcbkGain[24];
 extern const int32_t kMaxPos[4];
 /// Combinatorial position code weights, 6 rows of 30.
 extern const int32_t kCombinatorial[6 * 30];
+/// LPC analysis: Hamming window (180, Q15) and binomial lag window (lags 1..10, Q15).
+extern const int16_t kHamming[180];
+extern const int16_t kBinomialWindow[10];
+/// LPC to LSP: bandwidth expansion factors (Q15) and the 512-point cosine (amplitude 16384).
+extern const int16_t kBandExp[10];
+extern const int16_t kCosine[512];
 
 }  // namespace xvo::g723

@@ -2,11 +2,11 @@
 // (G.723.1 2.15): pulse search on both grids around the quantised largest
 // amplitude, optionally with the pitch-train impulse response, then the
 // combinatorial position code and the pitch train on the code vector.
-#include <algorithm>
 #include <cstdint>
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "g723/g723_internal.h"
 #include "g723/g723_tables.h"
 #include "xvosc.h"
 
@@ -19,15 +19,8 @@ namespace {
 constexpr int kGrid = 2;         // pulse grids (even / odd positions)
 constexpr int kGainLevels = 24;  // pulse amplitude levels
 constexpr int kMlqSteps = 2;     // amplitudes tried each side of the estimate
-constexpr int kMaxPulses = 6;
 constexpr int kPulses[4] = {6, 5, 6, 5};
 
-struct Best {
-    int32_t maxErr = MIN_32;
-    int16_t grid = 0, ampId = 0, train = 0;
-    int16_t amp[kMaxPulses] = {};
-    int16_t loc[kMaxPulses] = {};
-};
 
 // Adds copies of src delayed by lag, 2 lag, ... (saturating) into dst.
 void ownPitchTrain(int16_t* dst, const int16_t* src, int16_t lag) {
@@ -37,12 +30,14 @@ void ownPitchTrain(int16_t* dst, const int16_t* src, int16_t lag) {
         for (int i = d; i < kSubFrLen; ++i) dst[i] = add(dst[i], tmp[i - d]);
 }
 
-// One search pass (reference Find_Best) with the impulse response imr: np pulses on each grid,
-// amplitudes around the estimate; best is replaced by any candidate scoring above it. Returns
-// true when it was.
-bool ownFindBest(Best& best, const int16_t* tv, const int16_t* imr, int np) {
-    bool improved = false;
+}  // namespace
 
+// One search over both grids with the response imr as given (plain or with
+// its pitch train): for each grid the largest backward-filtered target sets
+// the amplitude estimate, and 4 amplitude levels around it place np pulses
+// greedily; the candidate of largest score (first on ties) is kept in best,
+// which the caller starts at maxErr = MIN_32.
+void ownGainQuant_G723(MlqBest& best, const int16_t* tv, const int16_t* imr, int np) {
     // Autocorrelation of the halved response, normalised by its energy.
     int16_t half[kSubFrLen], rr[kSubFrLen];
     for (int i = 0; i < kSubFrLen; ++i) half[i] = shr(imr[i], 1);
@@ -116,7 +111,6 @@ bool ownFindBest(Best& best, const int16_t* tv, const int16_t* imr, int np) {
                 score = L_sub(score, L_shr(L_mult(y, y), 1));
             }
             if (score > best.maxErr) {
-                improved = true;
                 best.maxErr = score;
                 best.grid = static_cast<int16_t>(k);
                 best.ampId = mampId;
@@ -124,21 +118,22 @@ bool ownFindBest(Best& best, const int16_t* tv, const int16_t* imr, int np) {
             }
         }
     }
-    return improved;
 }
-
-}  // namespace
 
 void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16_t* code, int16_t* grid,
                          int16_t* trainFlag, int16_t* gainIndex, int16_t* signCode, int32_t* posCode, int16_t sfc) {
     const int np = kPulses[sfc];
-    Best best;
-    ownFindBest(best, tv, h, np);
+    // Plain response first; the pitch-train response (lags below 58) replaces
+    // its result only when it scores strictly better.
+    MlqBest best;
+    ownGainQuant_G723(best, tv, h, np);
+    int16_t train = 0;
     if (lag < kSubFrLen - 2) {
-        // Second pass with the response extended by the pitch train; kept when it scores better.
         int16_t imr[kSubFrLen];
         ownPitchTrain(imr, h, lag);
-        if (ownFindBest(best, tv, imr, np)) best.train = 1;
+        MlqBest withTrain;
+        ownGainQuant_G723(withTrain, tv, imr, np);
+        if (withTrain.maxErr > best.maxErr) best = withTrain, train = 1;
     }
 
     int16_t v[kSubFrLen] = {};
@@ -159,12 +154,12 @@ void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16
             if (++row == kMaxPulses) break;
         }
     }
-    if (best.train == 1)
+    if (train == 1)
         ownPitchTrain(code, v, lag);
     else
         for (int i = 0; i < kSubFrLen; ++i) code[i] = v[i];
     *grid = best.grid;
-    *trainFlag = best.train;
+    *trainFlag = train;
     *gainIndex = best.ampId;
     *signCode = signs;
     *posCode = pos;
@@ -175,30 +170,6 @@ void ownMPMLQSearch_G723(int16_t lag, const int16_t* h, const int16_t* tv, int16
 using namespace xvo;
 
 extern "C" {
-
-XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
-                                           Xvo16s* pDstAmplitude, Xvo16s* pDstPosition, Xvo16s* pDstGrid,
-                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
-                                           Xvo32s* pDstIndex) {
-    XVO_CHECK(ownCheckPtrs(pSrcImpulseResponse, pSrcTarget));
-    XVO_CHECK(ownCheckPtrs(pDstAmplitude, pDstPosition));
-    XVO_CHECK(ownCheckPtrs(pDstGrid, pDstSubframe));
-    XVO_CHECK(ownCheckPtrs(pDstGainIndex, pDstIndex));
-    XVO_RETURN_IF(numPulses != 5 && numPulses != 6, xvoStsRange);
-    g723::Best best;
-    best.maxErr = *pDstIndex;
-    if (!g723::ownFindBest(best, pSrcTarget, pSrcImpulseResponse, numPulses)) return xvoStsOk;
-    std::fill_n(pDstSubframe, g723::kSubFrLen, Xvo16s{0});
-    for (int j = 0; j < numPulses; ++j) {
-        pDstAmplitude[j] = best.amp[j];
-        pDstPosition[j] = best.loc[j];
-        pDstSubframe[best.loc[j]] = best.amp[j];
-    }
-    *pDstGrid = best.grid;
-    *pDstGainIndex = best.ampId;
-    *pDstIndex = best.maxErr;
-    return xvoStsOk;
-}
 
 XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16s* pSrcImpulseResponse,
                                                      const Xvo16s* pSrcTarget, Xvo16s* pDstFixedVector,
@@ -212,6 +183,27 @@ XVOSC_API XvoStatus xvosMPMLQFixedCodebookSearch_G723(Xvo16s valLag, const Xvo16
     XVO_RETURN_IF(subFrame < 0 || subFrame > 3, xvoStsRange);
     g723::ownMPMLQSearch_G723(valLag, pSrcImpulseResponse, pSrcTarget, pDstFixedVector, pDstPulseData, pDstTrainFlag,
                               pDstGainIndex, pDstSignCode, pDstPositionCode, subFrame);
+    return xvoStsOk;
+}
+
+XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
+                                           Xvo16s* pDstLocation, Xvo16s* pDstAmplitude, Xvo16s* pDstGrid,
+                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
+                                           Xvo32s* pDstIndex) {
+    XVO_CHECK(ownCheckPtrs(pSrcImpulseResponse, pSrcTarget, pDstLocation, pDstAmplitude, pDstGrid, pDstSubframe,
+                           pDstGainIndex, pDstIndex));
+    XVO_RETURN_IF(numPulses != 5 && numPulses != 6, xvoStsRange);
+    g723::MlqBest best;
+    g723::ownGainQuant_G723(best, pSrcTarget, pSrcImpulseResponse, numPulses);
+    for (int i = 0; i < g723::kSubFrLen; ++i) pDstSubframe[i] = 0;
+    for (int i = 0; i < numPulses; ++i) {
+        pDstLocation[i] = best.loc[i];
+        pDstAmplitude[i] = best.amp[i];
+        pDstSubframe[best.loc[i]] = best.amp[i];
+    }
+    *pDstGrid = best.grid;
+    *pDstGainIndex = best.ampId;
+    *pDstIndex = best.maxErr;
     return xvoStsOk;
 }
 

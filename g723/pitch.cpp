@@ -6,6 +6,7 @@
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "g723/g723_internal.h"
 #include "g723/g723_tables.h"
 #include "xvosc.h"
 
@@ -21,24 +22,6 @@ constexpr int16_t kLpfConst63 = 0x1800, kLpfConst53 = 0x2000;
 constexpr int32_t kThreshErr = 0x40000000;  // taming threshold
 constexpr int kTameShift = 23;
 
-// Restoring division of a non-negative 32-bit numerator by a positive 16-bit
-// denominator placed in the high half; 32767 when the quotient reaches 1.
-int16_t ownDivL(int32_t num, int16_t den) {
-    int32_t lden = L_deposit_h(den);
-    if (num >= lden) return MAX_16;
-    num = L_shr(num, 1);
-    lden = L_shr(lden, 1);
-    int16_t q = 0;
-    for (int i = 0; i < 15; ++i) {
-        q = shl(q, 1);
-        num = L_shl(num, 1);
-        if (num >= lden) {
-            num = L_sub(num, lden);
-            q = add(q, 1);
-        }
-    }
-    return q;
-}
 
 // Bit-by-bit square root of a Q31 value (14 trial bits, 16384 down to 2).
 int16_t ownSqrt(int32_t num) {

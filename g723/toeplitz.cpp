@@ -5,6 +5,7 @@
 
 #include "core/check.h"
 #include "core/fixed.h"
+#include "g723/g723_internal.h"
 #include "g723/g723_tables.h"
 #include "xvosc.h"
 
@@ -33,12 +34,17 @@ void ownToeplitz_G723(const int16_t* H, T* rr, bool halve, int32_t en) {
         const int16_t k = shr(norm_l(en), 1);
         for (int i = 0; i < kSubFrLen; ++i) h[i + 4] = shl(H[i], k);
     }
-    // Each sum runs from n = 0 upwards, the order the reference accumulates in.
-    auto entry = [&](int ma, int mb) {
-        const int d = ma > mb ? ma - mb : mb - ma;
-        const int last = kLen - 1 - (ma > mb ? ma : mb);
+    // Each sum runs from n = 0 upwards, the order the reference accumulates
+    // in, so one running sum per (even) lag difference serves every entry of
+    // that difference: entry (ma, mb) is the running sum of difference
+    // |ma - mb| stopped at n = 63 - max(ma, mb).
+    int32_t run[kLen / 2][kLen];
+    for (int d = 0; d < kLen; d += 2) {
         int32_t acc = 0;
-        for (int n = 0; n <= last; ++n) acc = L_mac(acc, h[n], h[n + d]);
+        for (int n = 0; n + d < kLen; ++n) run[d / 2][n] = acc = L_mac(acc, h[n], h[n + d]);
+    }
+    auto entry = [&](int ma, int mb) {
+        const int32_t acc = run[(ma > mb ? ma - mb : mb - ma) / 2][kLen - 1 - (ma > mb ? ma : mb)];
         if constexpr (sizeof(T) == 2)
             return extract_h(acc);
         else
@@ -52,6 +58,9 @@ void ownToeplitz_G723(const int16_t* H, T* rr, bool halve, int32_t en) {
             for (int qa = 0; qa < kPos; ++qa)
                 for (int qb = 0; qb < kPos; ++qb) *p++ = entry(8 * qa + 2 * a, 8 * qb + 2 * b);
 }
+
+template void ownToeplitz_G723<int16_t>(const int16_t*, int16_t*, bool, int32_t);
+template void ownToeplitz_G723<int32_t>(const int16_t*, int32_t*, bool, int32_t);
 
 }  // namespace xvo::g723
 

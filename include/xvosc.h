@@ -1208,60 +1208,102 @@ XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s(const Xvo16s* pSrcImpulseResponse
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosToeplizMatrix_G723_16s32s(const Xvo16s* pSrcImpulseResponse, Xvo32s* pDst);
 
-/** G.723.1 LPC-analysis autocorrelation of one 180-sample block (G.723.1 2.4): the block is
- *  normalised to its peak, Hamming-windowed, its energy raised by 1/1024 (white-noise correction)
- *  and normalised to Q15; lags 1..10 get the same normalisation and the binomial lag window.
- *  A silent block gives 11 zeros.
- *  @param pSrc in: 180 samples (the block centred on the subframe).
- *  @param pDst out: 11 values: the energy normalised to 16384..32767 (0 for silence), then lags
- *              1..10 on the same scale.
+/** G.723.1 MP-MLQ pulse and amplitude search of one response (G.723.1 2.15, one pass of the
+ *  6.3 kbit/s search): on each grid (even, then odd positions) the largest backward-filtered target
+ *  value fixes an amplitude estimate; for the 4 levels of the 24-level table around it, numPulses
+ *  pulses of that level are placed one by one where the residual correlation is largest, and the
+ *  candidate is scored by 2 <target, synthesis> - |synthesis|^2. The first strictly best of the
+ *  8 candidates is returned; xvosMPMLQFixedCodebookSearch_G723 runs this search with the plain
+ *  response and, for lags below 58, again with its pitch train.
+ *  @param pSrcImpulseResponse in: 60 samples (Q13), used as given (plain or with its pitch train).
+ *  @param pSrcTarget          in: 60 samples, the target after the adaptive contribution.
+ *  @param pDstLocation        out: numPulses pulse positions 0..59, in the order they were placed.
+ *  @param pDstAmplitude       out: numPulses signed pulse amplitudes (the chosen level, negated for
+ *                             negative pulses), same order.
+ *  @param pDstGrid            out: 0 (even positions) or 1 (odd).
+ *  @param pDstSubframe        out: 60 samples: the pulses placed at their positions, zeros elsewhere.
+ *  @param pDstGainIndex       out: amplitude index 0..23 into the 24-level table.
+ *  @param numPulses           in: 5 or 6.
+ *  @param pDstIndex           out: the winning score (Q0 energy units of the search). When no
+ *                             candidate scores above the most negative 32-bit value, the outputs
+ *                             are grid 0, index 0 and zero pulses at position 0.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when numPulses is not 5 or 6; else
+ *          xvoStsOk. */
+XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
+                                           Xvo16s* pDstLocation, Xvo16s* pDstAmplitude, Xvo16s* pDstGrid,
+                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
+                                           Xvo32s* pDstIndex);
+
+/** G.723.1 algebraic codebook search of the 5.3 kbit/s mode (G.723.1 2.16): the response is halved
+ *  to Q12 and, when valLag < 58, sharpened in place (h[i] += valLagGain h[i - valLag]); the
+ *  correlation matrix of xvosToeplizMatrix_G723_16s and the backward-filtered target (maximum on
+ *  13 bits) feed a depth-first search of 4 signed pulses on the tracks 8p, 8p + 2, 8p + 4, 8p + 6
+ *  (p = 0..7; 60 and 62 mean no pulse), all shifted by one when that correlates better. The fourth
+ *  pulse is searched only where the first three exceed a threshold halfway between their mean and
+ *  maximum, and at most 120 + *pSrcDstExtra times. The gain is the nearest of the 24 levels to the
+ *  optimal one, and the code vector is sharpened like the response.
+ *  @param pSrcTarget          in: 60 samples (Q0), the target after the adaptive contribution.
+ *  @param pSrcImpulseResponse in: 60 samples (Q13); not modified.
+ *  @param pDstFixedVector     out: 60 samples: the signed pulses times the quantised gain, sharpened;
+ *                             may be the same array as pSrcTarget.
+ *  @param pDstGainIndex       out: gain index 0..23.
+ *  @param pDstShift           out: 1 when every pulse is shifted by one position, else 0.
+ *  @param pDstSignCode        out: bit k set when pulse k is positive (4 bits).
+ *  @param pDstPositionCode    out: the 12-bit position code, 3 bits per pulse (pulse 0 lowest).
+ *  @param pSrcDstExtra        in/out: effort carried between subframes: the caller sets 120 at the
+ *                             start of each frame; on return the budget left (in 0..480 in a coder).
+ *  @param valLag              in: sharpening lag, the pitch lag plus its fractional correction from
+ *                             the adaptive gain entry, 16..146; 58 and above disables sharpening.
+ *  @param valLagGain          in: sharpening gain (Q15) of the adaptive gain entry.
+ *  @return xvoStsNullPtr when a pointer is null; xvoStsRange when valLag is outside 16..146; else
+ *          xvoStsOk. */
+XVOSC_API XvoStatus xvosACELPFixedCodebookSearch_G723_16s(const Xvo16s* pSrcTarget, const Xvo16s* pSrcImpulseResponse,
+                                                          Xvo16s* pDstFixedVector, Xvo16s* pDstGainIndex,
+                                                          Xvo16s* pDstShift, Xvo16s* pDstSignCode,
+                                                          Xvo16s* pDstPositionCode, Xvo16s* pSrcDstExtra,
+                                                          Xvo16s valLag, Xvo16s valLagGain);
+
+/** xvosACELPFixedCodebookSearch_G723_16s built on the 32-bit correlation matrix
+ *  (xvosToeplizMatrix_G723_16s32s with the same scaling decision); same arguments, checks and
+ *  results. */
+XVOSC_API XvoStatus xvosACELPFixedCodebookSearch_G723_32s16s(const Xvo16s* pSrcTarget,
+                                                             const Xvo16s* pSrcImpulseResponse,
+                                                             Xvo16s* pDstFixedVector, Xvo16s* pDstGainIndex,
+                                                             Xvo16s* pDstShift, Xvo16s* pDstSignCode,
+                                                             Xvo16s* pDstPositionCode, Xvo16s* pSrcDstExtra,
+                                                             Xvo16s valLag, Xvo16s valLagGain);
+
+/** G.723.1 LPC analysis autocorrelation (G.723.1 2.4) of one 180-sample block: the block is
+ *  normalised so its largest magnitude has 12 bits, Hamming-windowed, its energy raised by 1/1024
+ *  (white-noise correction) and normalised by norm_l; lags 1..10 take the same normalisation and the
+ *  binomial lag window. The result is what the Levinson-Durbin recursion of the coder takes. When
+ *  the normalised energy rounds to 0 all 11 values are 0.
+ *  @param pSrc in: 180 samples.
+ *  @param pDst out: 11 values, r(0) .. r(10), Q15 mantissas of a common scale.
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosAutoCorr_G723_16s(const Xvo16s* pSrc, Xvo16s* pDst);
 
-/** xvosAutoCorr_G723_16s with the scale of the result: *pNorm = norm + 2 x (block shift), so that
- *  the true autocorrelation is pDst[k] x 2^(-*pNorm) in the block's units (the scale the
- *  comfort-noise analysis keeps with each subframe's values); 40 for a silent block.
+/** xvosAutoCorr_G723_16s with its scale: pDst receives the same 11 values and *pNorm the combined
+ *  left shift of the autocorrelation, norm_l of the corrected energy plus twice the block's
+ *  normalisation shift (which is -3..11), or 40 when the energy rounds to 0: the autocorrelation
+ *  of the Hamming-windowed block (with the correction and lag window) is pDst[k] x 2^(16 - *pNorm).
  *  @param pSrc  in: 180 samples.
  *  @param pDst  out: 11 values.
- *  @param pNorm out: the scale, -6..40.
+ *  @param pNorm out: the scale.
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosAutoCorr_NormE_G723_16s(const Xvo16s* pSrc, Xvo16s* pDst, Xvo32s* pNorm);
 
-/** G.723.1 LPC to LSP frequencies (G.723.1 2.5): after a 0.994 bandwidth expansion, the sum and
- *  difference polynomials are evaluated alternately on a 256-point grid of 0..pi; each sign change
- *  gives a frequency (grid index in the top 9 bits, 7 bits by linear interpolation). When fewer
- *  than 10 are found the previous frequencies are kept.
- *  @param pSrcLPC     in: 10 LPC coefficients a1..a10, Q13.
- *  @param pSrcPrevLSF in: the previous frame's 10 frequencies.
- *  @param pDstLSF     out: 10 frequencies, 0..32767 for 0..pi, increasing.
+/** G.723.1 LPC to LSP conversion (G.723.1 2.5): the coefficients are bandwidth-expanded by 0.994^k,
+ *  the sum and difference polynomials are formed and evaluated alternately on 256 points of the
+ *  upper half circle; each sign change gives a root, its 7 low bits by linear interpolation. When
+ *  fewer than 10 roots are found the previous LSPs are returned.
+ *  @param pSrcLPC     in: 10 LPC coefficients a1..a10 in Q13 (as the analysis filter 1 - sum a z^-k
+ *                     of the coder), without bandwidth expansion.
+ *  @param pSrcPrevLSF in: the previous 10 LSPs, same scale as the output.
+ *  @param pDstLSF     out: 10 ascending frequencies, 0..32767 for 0..pi (grid step 128 = pi/256);
+ *                     may be the same array as either input.
  *  @return xvoStsNullPtr when a pointer is null; else xvoStsOk. */
 XVOSC_API XvoStatus xvosLPCToLSF_G723_16s(const Xvo16s* pSrcLPC, const Xvo16s* pSrcPrevLSF, Xvo16s* pDstLSF);
-
-/** One pass of the G.723.1 MP-MLQ pulse search (G.723.1 2.15, the reference's Find_Best), for
- *  callers that run the passes themselves: on each grid, numPulses pulses are placed one by one
- *  where the backward-filtered target (less the earlier pulses' contributions) peaks, for the four
- *  amplitude levels around the one nearest the largest correlation, and every candidate is scored
- *  by 2 <target, synthesis> - |synthesis|^2. The outputs are written only when a candidate scores
- *  above *pDstIndex, so passes chain from *pDstIndex = INT32_MIN (xvosMPMLQFixedCodebookSearch_G723
- *  runs the plain response, then the pitch-train response when the lag is below 58).
- *  @param pSrcImpulseResponse in: 60 samples (Q13): the response to search with.
- *  @param pSrcTarget          in: 60 samples, the target after the adaptive contribution.
- *  @param pDstAmplitude       out: numPulses signed pulse amplitudes (the quantised level), in the
- *                             order the pulses were placed.
- *  @param pDstPosition        out: their positions, 0..59.
- *  @param pDstGrid            out: 0 (even positions) or 1 (odd).
- *  @param pDstSubframe        out: 60 samples, the pulses at their positions, zero elsewhere.
- *  @param pDstGainIndex       out: amplitude level index, 0..23.
- *  @param numPulses           in: 6 (subframes 0 and 2) or 5 (1 and 3).
- *  @param pDstIndex           in/out: the best score so far (in), the winning score when a
- *                             candidate beat it (out).
- *  @return xvoStsNullPtr when a pointer is null (in pairs: response and target, amplitudes and
- *          positions, grid and subframe, gain index and score); xvoStsRange when numPulses is not
- *          5 or 6; else xvoStsOk (outputs untouched when no candidate beat *pDstIndex). */
-XVOSC_API XvoStatus xvosGainQuant_G723_16s(const Xvo16s* pSrcImpulseResponse, const Xvo16s* pSrcTarget,
-                                           Xvo16s* pDstAmplitude, Xvo16s* pDstPosition, Xvo16s* pDstGrid,
-                                           Xvo16s* pDstSubframe, Xvo16s* pDstGainIndex, int numPulses,
-                                           Xvo32s* pDstIndex);
 
 /* @section g723:end */
 

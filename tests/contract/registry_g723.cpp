@@ -1,7 +1,5 @@
 #include "contract.h"
 
-#include <climits>
-
 namespace xvocontract {
 
 void addG723Entries(std::vector<Entry>& r) {
@@ -146,6 +144,51 @@ void addG723Entries(std::vector<Entry>& r) {
                      c.buffer(416 * sizeof(Xvo32s));
                  },
                  [](Call& c) { return xvosToeplizMatrix_G723_16s32s(c.p<Xvo16s>(0), c.p<Xvo32s>(1)); }, {0, 1}, {}, {}});
+    Entry gq{"xvosGainQuant_G723_16s",
+             [](Call& c) {
+                 c.random16(60, -8192, 8192);
+                 c.random16(60, -6000, 6000);
+                 for (int j = 0; j < 2; ++j) c.buffer(6 * sizeof(Xvo16s));
+                 c.buffer(sizeof(Xvo16s));
+                 c.buffer(60 * sizeof(Xvo16s));
+                 c.buffer(sizeof(Xvo16s));
+                 c.buffer(sizeof(Xvo32s));
+                 c.integer(6);
+             },
+             [](Call& c) {
+                 return xvosGainQuant_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
+                                               c.p<Xvo16s>(4), c.p<Xvo16s>(5), c.p<Xvo16s>(6), c.i(0),
+                                               c.p<Xvo32s>(7));
+             },
+             {0, 1, 2, 3, 4, 5, 6, 7}, {},
+             {{"4 pulses", [](Call& c) { c.ints[0] = 4; }, xvoStsRange},
+              {"7 pulses", [](Call& c) { c.ints[0] = 7; }, xvoStsRange}}};
+    gq.fuzzRange = {{0, {5, 6}}};
+    r.push_back(gq);
+
+    for (bool wide : {false, true}) {
+        Entry ac{wide ? "xvosACELPFixedCodebookSearch_G723_32s16s" : "xvosACELPFixedCodebookSearch_G723_16s",
+                 [](Call& c) {
+                     c.random16(60);
+                     c.random16(60, -8192, 8192);
+                     c.buffer(60 * sizeof(Xvo16s));
+                     for (int j = 0; j < 4; ++j) c.buffer(sizeof(Xvo16s));
+                     c.words({120});
+                     c.integer(40);
+                     c.integer(12000);
+                 },
+                 nullptr, {0, 1, 2, 3, 4, 5, 6, 7}, {},
+                 {{"lag 15", [](Call& c) { c.ints[0] = 15; }, xvoStsRange},
+                  {"lag 147", [](Call& c) { c.ints[0] = 147; }, xvoStsRange}}};
+        auto fn = wide ? xvosACELPFixedCodebookSearch_G723_32s16s : xvosACELPFixedCodebookSearch_G723_16s;
+        ac.invoke = [fn](Call& c) {
+            return fn(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3), c.p<Xvo16s>(4), c.p<Xvo16s>(5),
+                      c.p<Xvo16s>(6), c.p<Xvo16s>(7), Xvo16s(c.i(0)), Xvo16s(c.i(1)));
+        };
+        ac.fuzzRange = {{0, {16, 146}}, {1, {-32768, 32767}}};
+        r.push_back(ac);
+    }
+
     r.push_back({"xvosAutoCorr_G723_16s",
                  [](Call& c) {
                      c.random16(180);
@@ -163,33 +206,11 @@ void addG723Entries(std::vector<Entry>& r) {
     r.push_back({"xvosLPCToLSF_G723_16s",
                  [](Call& c) {
                      c.random16(10, -16000, 16000);
-                     c.random16(10);
+                     c.random16(10, 0, 32767);
                      c.buffer(10 * sizeof(Xvo16s));
                  },
                  [](Call& c) { return xvosLPCToLSF_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2)); },
                  {0, 1, 2}, {}, {}});
-    Entry gq{"xvosGainQuant_G723_16s",
-             [](Call& c) {
-                 c.random16(60, -8192, 8192);
-                 c.random16(60, -4000, 4000);
-                 c.buffer(6 * sizeof(Xvo16s));
-                 c.buffer(6 * sizeof(Xvo16s));
-                 c.buffer(sizeof(Xvo16s));
-                 c.buffer(60 * sizeof(Xvo16s));
-                 c.buffer(sizeof(Xvo16s));
-                 const int k = c.buffer(sizeof(Xvo32s));
-                 c.set<Xvo32s>(k, 0, INT32_MIN);
-                 c.integer(6);
-             },
-             [](Call& c) {
-                 return xvosGainQuant_G723_16s(c.p<Xvo16s>(0), c.p<Xvo16s>(1), c.p<Xvo16s>(2), c.p<Xvo16s>(3),
-                                               c.p<Xvo16s>(4), c.p<Xvo16s>(5), c.p<Xvo16s>(6), c.i(0),
-                                               c.p<Xvo32s>(7));
-             },
-             {0, 1, 2, 3, 4, 5, 6, 7}, {},
-             {{"4 pulses", [](Call& c) { c.ints[0] = 4; }, xvoStsRange}}};
-    gq.fuzzRange = {{0, {4, 7}}};
-    r.push_back(gq);
 }
 
 }  // namespace xvocontract

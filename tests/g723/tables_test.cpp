@@ -2,6 +2,7 @@
 // values each (first, middle, last), so a dropped or mistyped entry fails.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <span>
 
@@ -34,6 +35,13 @@ TEST(G723Tables, ChecksumsAndSpotValues) {
     check<int16_t>(kFcbkGain, 0x5a133762b1f533b3ull, 1, 115, 6623);
     check<int32_t>(kMaxPos, 0xce8b24bddf800c51ull, 593775, 593775, 142506);
     check<int32_t>(kCombinatorial, 0x016d1928ffee8866ull, 118755, 406, 1);
+    check<int16_t>(kHamming, 0xcc672d72cb9160e1ull, 2621, 32766, 2621);
+    check<int16_t>(kBinomialWindow, 0xe013a5de1b6800fbull, 32749, 32118, 30995);
+    check<int16_t>(kBandExp, 0x56f21283aa14a213ull, 32571, 31606, 30854);
+    check<int16_t>(kCosine, 0xe12605c51863cd57ull, 16384, -16384, 16383);
+    // The expansion factors are 0.994^(i + 1) and the cosine 16384 cos(2 pi i / 512), to one unit.
+    for (int i = 0; i < 10; ++i) EXPECT_NEAR(kBandExp[i], 32768 * std::pow(0.994, i + 1), 1.0) << i;
+    for (int i = 0; i < 512; ++i) EXPECT_NEAR(kCosine[i], 16384 * std::cos(2 * M_PI * i / 512), 1.0) << i;
     // Row 0 of the position code weights is C(29 - i, 5).
     int64_t c = 118755;
     for (int i = 0; i < 25; ++i) {
