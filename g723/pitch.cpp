@@ -40,6 +40,7 @@ int16_t ownSqrt(int32_t num) {
 // pair is absent and neither the positive nor the negative terms can leave
 // 32 bits, no partial sum saturates and the plain wide sum is the result.
 int32_t ownMacSum(const int16_t* a, const int16_t* b, int n, bool half) {
+    if (int32_t r; ownWideDot(a, b, n, half ? 1 : 2, &r)) return r;
     int64_t sum = 0, pos = 0;
     bool edge = false;
     for (int j = 0; j < n; ++j) {
@@ -102,29 +103,30 @@ void ownTameBounds(int16_t baseLag, int hb, const int32_t* err, int16_t sineDete
     if (bound[1] > 170) bound[1] = 170;
 }
 
+// The reference's sum of the 20 terms L_shr(L_mult(c, w), 1) (no table weight is -32768, so
+// each term is the exact product): when neither the positive nor the negative terms can leave
+// 32 bits no partial sum saturates and the plain sum is the result; otherwise term by term.
+int32_t ownAcbkScoreSlow(const int16_t* cv, const int16_t* w) {
+    int64_t sum = 0, pos = 0;
+    for (int j = 0; j < 20; ++j) {
+        const int32_t t = int32_t(cv[j]) * w[j];
+        sum += t;
+        pos += t > 0 ? t : 0;
+    }
+    if (pos <= MAX_32 && sum - pos >= MIN_32) return static_cast<int32_t>(sum);
+    int32_t acc = 0;
+    for (int j = 0; j < 20; ++j) acc = L_add(acc, L_shr(L_mult(cv[j], w[j]), 1));
+    return acc;
+}
+
 // Scores one candidate's normalised correlations against `n` table entries;
 // updates the running best when a score is strictly larger.
 void ownAcbkScore(const int16_t* cv, const int16_t* table, int n, int cand, int32_t& best,
                   int16_t& lid, int16_t& gid) {
     for (int i = 0; i < n; ++i) {
         const int16_t* w = table + 20 * i;
-        // No table weight is -32768, so each term L_shr(L_mult(c, w), 1) is the
-        // exact product. When neither the positive nor the negative terms can
-        // leave 32 bits, no partial sum saturates and the plain sum is the
-        // reference's saturating sum; otherwise the terms are added one by one.
-        int64_t sum = 0, pos = 0;
-        for (int j = 0; j < 20; ++j) {
-            const int32_t t = int32_t(cv[j]) * w[j];
-            sum += t;
-            pos += t > 0 ? t : 0;
-        }
         int32_t acc;
-        if (pos <= MAX_32 && sum - pos >= MIN_32) {
-            acc = static_cast<int32_t>(sum);
-        } else {
-            acc = 0;
-            for (int j = 0; j < 20; ++j) acc = L_add(acc, L_shr(L_mult(cv[j], w[j]), 1));
-        }
+        if (!ownWideDot(cv, w, 20, 1, &acc)) acc = ownAcbkScoreSlow(cv, w);
         if (acc > best) {
             best = acc;
             gid = static_cast<int16_t>(i);

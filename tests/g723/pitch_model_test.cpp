@@ -8,6 +8,7 @@
 #include <random>
 #include <vector>
 
+#include "g723/g723_internal.h"
 #include "g723/g723_tables.h"
 #include "xvosc.h"
 
@@ -131,3 +132,28 @@ TEST(G723Toeplitz, MatchesPointerWalkModel) {
 }
 
 }  // namespace
+
+// The vector dot product either declines or gives the reference's saturating chain exactly.
+TEST(G723WideDot, DeclinesOrEqualsTheSaturatingChain) {
+    using namespace xvo::fx;
+    std::mt19937 rng(1723);
+    int taken = 0;
+    for (int c = 0; c < 20000; ++c) {
+        const int n = 1 + int(rng() % 64), amp = c % 4 == 0 ? 32768 : int(1 + rng() % 12000);
+        std::vector<int16_t> a(n), b(n);
+        for (int j = 0; j < n; ++j) {
+            a[j] = int16_t(std::clamp(int(rng() % (2 * amp + 1)) - amp, -32768, 32767));
+            b[j] = int16_t(c % 97 == 0 ? -32768 : std::clamp(int(rng() % (2 * amp + 1)) - amp, -32768, 32767));
+        }
+        for (int k : {1, 2}) {
+            int32_t want = 0, got = 0;
+            for (int j = 0; j < n; ++j)
+                want = k == 2 ? L_mac(want, a[j], b[j]) : L_add(want, L_shr(L_mult(a[j], b[j]), 1));
+            if (xvo::g723::ownWideDot(a.data(), b.data(), n, k, &got)) {
+                ++taken;
+                ASSERT_EQ(got, want) << "case " << c << " k " << k;
+            }
+        }
+    }
+    EXPECT_GT(taken, 10000);
+}
