@@ -8,6 +8,7 @@
 
 #include "amr/gsmamr_acelp.h"
 #include "amr/gsmamr_common.h"
+#include "amr/gsmamr_simd.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -91,25 +92,7 @@ void ownCorH(const int16_t* h, const int16_t* sign, int16_t (*rr)[kL]) {
     int64_t e2 = 0;
     for (int i = 0; i < kL; ++i) e2 += int32_t(h2[i]) * h2[i];
     if (2 * e2 + 0x8000 <= MAX_32) {
-        // Step k adds h2[k] h2[k + dec] to every lag's running sum and fills row j = 39 - k of the
-        // lower triangle (columns j - dec), then its mirror; the signs read reversed so that the
-        // lag loop runs over contiguous values.
-        int32_t c[kL] = {};
-        int16_t srev[kL], val[kL];
-        for (int m = 0; m < kL; ++m) srev[m] = sign[kL - 1 - m];
-        for (int k = 0; k < kL; ++k) {
-            const int j = kL - 1 - k;
-            const int32_t hk = h2[k], sj = sign[j];
-            c[0] += 2 * hk * hk;
-            rr[j][j] = static_cast<int16_t>((c[0] + 0x8000) >> 16);
-            const int n = kL - 1 - k;
-            for (int dec = 1; dec <= n; ++dec) {
-                c[dec] += 2 * hk * h2[k + dec];
-                const int32_t sp = (sj * srev[k + dec]) >> 15;
-                val[dec] = static_cast<int16_t>((((c[dec] + 0x8000) >> 16) * sp) >> 15);
-            }
-            for (int dec = 1; dec <= n; ++dec) rr[j][j - dec] = rr[j - dec][j] = val[dec];
-        }
+        ownGsmAmrKernels().corH(h2, sign, rr);
         return;
     }
     s = 0;

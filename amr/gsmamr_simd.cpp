@@ -25,6 +25,28 @@ void acbLagsScalar(const int16_t* exc, const int16_t* xn, const int16_t* h, int 
     }
 }
 
+void corHScalar(const int16_t* h2, const int16_t* sign, int16_t (*rr)[kL]) {
+    // Step k adds h2[k] h2[k + dec] to every lag's running sum and fills row j = 39 - k of the
+    // lower triangle (columns j - dec), then its mirror; the signs read reversed so that the lag
+    // loop runs over contiguous values.
+    int32_t c[kL] = {};
+    int16_t srev[kL], val[kL];
+    for (int m = 0; m < kL; ++m) srev[m] = sign[kL - 1 - m];
+    for (int k = 0; k < kL; ++k) {
+        const int j = kL - 1 - k;
+        const int32_t hk = h2[k], sj = sign[j];
+        c[0] += 2 * hk * hk;
+        rr[j][j] = static_cast<int16_t>((c[0] + 0x8000) >> 16);
+        const int n = kL - 1 - k;
+        for (int dec = 1; dec <= n; ++dec) {
+            c[dec] += 2 * hk * h2[k + dec];
+            const int32_t sp = (sj * srev[k + dec]) >> 15;
+            val[dec] = static_cast<int16_t>((((c[dec] + 0x8000) >> 16) * sp) >> 15);
+        }
+        for (int dec = 1; dec <= n; ++dec) rr[j][j - dec] = rr[j - dec][j] = val[dec];
+    }
+}
+
 // Vector form. The energy is a sum of non-negative terms, so the saturating sum is the exact sum
 // capped at MAX_32. The correlation's partial sums stay inside 32 bits when 4 Exn Eexcf <
 // (2^31 - 1)^2 (Cauchy-Schwarz on every prefix); otherwise that lag takes the scalar sum. The
@@ -98,6 +120,60 @@ XVO_SSE41 inline void acbLagsVec(const int16_t* exc, const int16_t* xn, const in
     for (int i = 0; i < 5; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(excf + 8 * i), f[i]);
 }
 
+// Row form of the matrix: with the lag sums kept in reversed order (cr[k + col] holds lag
+// j - col while row j = 39 - k is filled) and the response read reversed, row j's columns 0..j
+// are one contiguous pass, four 32-bit lanes at a time; rows are filled up to a multiple of four
+// columns (the spill lands in the upper triangle, which the mirror then overwrites). The mirror
+// copies the lower triangle in 8 x 8 blocks.
+XVO_SSE41 void corHSse41(const int16_t* h2, const int16_t* sign, int16_t (*rr)[kL]) {
+    alignas(16) int32_t hr[kL], sg[kL], cr[kL + 8] = {};
+    for (int m = 0; m < kL; ++m) hr[m] = h2[kL - 1 - m], sg[m] = sign[m];
+    const __m128i rnd = _mm_set1_epi32(0x8000);
+    for (int k = 0; k < kL; ++k) {
+        const int j = kL - 1 - k;
+        const __m128i hk = _mm_set1_epi32(2 * int32_t(h2[k])), sj = _mm_set1_epi32(sign[j]);
+        for (int col = 0; col <= j; col += 4) {
+            __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(cr + k + col));
+            c = _mm_add_epi32(c, _mm_mullo_epi32(hk, _mm_load_si128(reinterpret_cast<const __m128i*>(hr + col))));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(cr + k + col), c);
+            const __m128i r = _mm_srai_epi32(_mm_add_epi32(c, rnd), 16);
+            const __m128i sp =
+                _mm_srai_epi32(_mm_mullo_epi32(sj, _mm_load_si128(reinterpret_cast<const __m128i*>(sg + col))), 15);
+            const __m128i v = _mm_srai_epi32(_mm_mullo_epi32(r, sp), 15);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(&rr[j][col]), _mm_packs_epi32(v, v));
+        }
+        rr[j][j] = static_cast<int16_t>((cr[kL - 1] + 0x8000) >> 16);
+    }
+    // Mirror: block (bi, bj) with bi > bj transposed into (bj, bi); diagonal blocks transposed
+    // in place of their upper half.
+    for (int bi = 0; bi < kL; bi += 8) {
+        for (int bj = 0; bj <= bi; bj += 8) {
+            __m128i r[8];
+            for (int t = 0; t < 8; ++t) r[t] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&rr[bi + t][bj]));
+            const __m128i a0 = _mm_unpacklo_epi16(r[0], r[1]), a1 = _mm_unpackhi_epi16(r[0], r[1]);
+            const __m128i a2 = _mm_unpacklo_epi16(r[2], r[3]), a3 = _mm_unpackhi_epi16(r[2], r[3]);
+            const __m128i a4 = _mm_unpacklo_epi16(r[4], r[5]), a5 = _mm_unpackhi_epi16(r[4], r[5]);
+            const __m128i a6 = _mm_unpacklo_epi16(r[6], r[7]), a7 = _mm_unpackhi_epi16(r[6], r[7]);
+            const __m128i b0 = _mm_unpacklo_epi32(a0, a2), b1 = _mm_unpackhi_epi32(a0, a2);
+            const __m128i b2 = _mm_unpacklo_epi32(a1, a3), b3 = _mm_unpackhi_epi32(a1, a3);
+            const __m128i b4 = _mm_unpacklo_epi32(a4, a6), b5 = _mm_unpackhi_epi32(a4, a6);
+            const __m128i b6 = _mm_unpacklo_epi32(a5, a7), b7 = _mm_unpackhi_epi32(a5, a7);
+            const __m128i t[8] = {_mm_unpacklo_epi64(b0, b4), _mm_unpackhi_epi64(b0, b4), _mm_unpacklo_epi64(b1, b5),
+                                  _mm_unpackhi_epi64(b1, b5), _mm_unpacklo_epi64(b2, b6), _mm_unpackhi_epi64(b2, b6),
+                                  _mm_unpacklo_epi64(b3, b7), _mm_unpackhi_epi64(b3, b7)};
+            if (bi != bj) {
+                for (int u = 0; u < 8; ++u) _mm_storeu_si128(reinterpret_cast<__m128i*>(&rr[bj + u][bi]), t[u]);
+                continue;
+            }
+            // Diagonal block: row u of the transpose supplies columns u + 1..7 of row u.
+            alignas(16) int16_t tb[8][8];
+            for (int u = 0; u < 8; ++u) _mm_store_si128(reinterpret_cast<__m128i*>(tb[u]), t[u]);
+            for (int u = 0; u < 8; ++u)
+                for (int v = u + 1; v < 8; ++v) rr[bi + u][bi + v] = tb[u][v];
+        }
+    }
+}
+
 XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
                             int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
     if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
@@ -115,9 +191,9 @@ XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* 
 #undef XVO_AVX2
 #undef XVO_SSE41
 
-constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar};
-constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41};
-constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2};
+constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar};
+constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHSse41};
 
 }  // namespace
 

@@ -18,9 +18,16 @@ namespace xvo::gsmamr {
 using OwnAcbLagsFn = void (*)(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
                               int scaling, int16_t* excf, int32_t* energy, int32_t* dot);
 
+/// Signed correlation matrix of a scaled impulse response h2 whose doubled energy plus 0x8000 fits
+/// in 32 bits (so no running sum can saturate): rr[i][i] = round(sum_{k <= 39 - i} 2 h2[k]^2) and,
+/// for i > j, rr[i][j] = rr[j][i] = mult(round(sum_{k <= 39 - i} 2 h2[k] h2[k + i - j]),
+/// mult(sign[i], sign[j])), signs being +-32767.
+using OwnCorHFn = void (*)(const int16_t* h2, const int16_t* sign, int16_t (*rr)[40]);
+
 struct OwnGsmAmrKernels {
     OwnCpuLevel level;
     OwnAcbLagsFn acbLags;
+    OwnCorHFn corH;
 };
 
 const OwnGsmAmrKernels& ownGsmAmrKernelsFor(OwnCpuLevel level);

@@ -40,3 +40,40 @@ TEST(GsmAmrSimd, LagKernelTwinsEqualScalar) {
     }
     if (levels == 0) GTEST_SKIP() << "SKIPPED: no vector level on this CPU";
 }
+
+// Correlation-matrix twins on responses from tiny to the largest energy the kernel accepts
+// (a lone full-scale spike, and random ones scaled to the limit), every sign pattern random.
+TEST(GsmAmrSimd, CorHTwinsEqualScalar) {
+    const auto& ref = ownGsmAmrKernelsFor(OwnCpuLevel::Scalar);
+    std::mt19937 rng(26074);
+    int levels = 0;
+    for (auto level : {OwnCpuLevel::SSE41, OwnCpuLevel::AVX2}) {
+        if (!ownCpuSupports(level)) continue;
+        ++levels;
+        const auto& k = ownGsmAmrKernelsFor(level);
+        for (int n = 0; n < 300; ++n) {
+            std::array<int16_t, 40> h2{}, sign;
+            for (auto& s : sign) s = rng() % 2 ? 32767 : -32767;
+            if (n < 2) {
+                h2[0] = n == 0 ? 32767 : -32767;
+            } else {
+                const int amp = (1 + int(rng() % 32768)) >> (n % 4);
+                for (auto& v : h2) v = int16_t(int(rng() % (2 * amp + 1)) - amp);
+                int64_t e = 0;
+                for (auto v : h2) e += int32_t(v) * v;
+                // Scale down to the largest energy the kernel accepts.
+                while (2 * e + 0x8000 > INT32_MAX) {
+                    e = 0;
+                    for (auto& v : h2) v = int16_t(v / 2), e += int32_t(v) * v;
+                }
+            }
+            int16_t rrA[40][40], rrB[40][40];
+            ref.corH(h2.data(), sign.data(), rrA);
+            k.corH(h2.data(), sign.data(), rrB);
+            for (int i = 0; i < 40; ++i)
+                for (int j = 0; j < 40; ++j)
+                    ASSERT_EQ(rrA[i][j], rrB[i][j]) << ownCpuLevelName(level) << " case " << n << " at " << i << "," << j;
+        }
+    }
+    if (levels == 0) GTEST_SKIP() << "SKIPPED: no vector level on this CPU";
+}
