@@ -78,19 +78,23 @@ void ownSetSign(int16_t* dn, int16_t* sign, int16_t* dn2, int n) {
 
 void ownCorH(const int16_t* h, const int16_t* sign, int16_t (*rr)[kL]) {
     int16_t h2[kL];
-    int32_t s = 2;
-    for (int i = 0; i < kL; ++i) s = L_mac(s, h[i], h[i]);
+    // The energy's terms are never negative, so the saturating sum is the exact one capped.
+    const auto& g = generic::ownGenericKernels();
+    int32_t s = static_cast<int32_t>(std::min<int64_t>(2 + 2 * g.energy(h, kL), MAX_32));
     if (sub(extract_h(s), 32767) == 0) {
         for (int i = 0; i < kL; ++i) h2[i] = shr(h[i], 1);
     } else {
-        // Scale the response to unit energy (0.99 of it), in Q9.
+        // Scale the response to unit energy (0.99 of it), in Q9. k is not negative, so
+        // round_fx(L_shl(L_mult(h, k), 9)) is the 64-bit product clamped twice.
         const int16_t k = mult(extract_h(L_shl(g729::ownInvSqrt_G729(L_shr(s, 1)), 7)), 32440);
-        for (int i = 0; i < kL; ++i) h2[i] = round_fx(L_shl(L_mult(h[i], k), 9));
+        for (int i = 0; i < kL; ++i) {
+            const int64_t v = std::clamp<int64_t>(int64_t(h[i]) * k * 1024, MIN_32, MAX_32);
+            h2[i] = static_cast<int16_t>(std::min<int64_t>((v + 0x8000) >> 16, MAX_16));
+        }
     }
     // When 2 sum h2^2 fits in 32 bits no partial sum below can saturate (each is bounded by that
     // energy), so plain integer sums are the reference's.
-    int64_t e2 = 0;
-    for (int i = 0; i < kL; ++i) e2 += int32_t(h2[i]) * h2[i];
+    const int64_t e2 = g.energy(h2, kL);
     if (2 * e2 + 0x8000 <= MAX_32) {
         ownGsmAmrKernels().corH(h2, sign, rr);
         return;
