@@ -120,6 +120,39 @@ XVO_SSE41 inline void acbLagsVec(const int16_t* exc, const int16_t* xn, const in
     for (int i = 0; i < 5; ++i) _mm_storeu_si128(reinterpret_cast<__m128i*>(excf + 8 * i), f[i]);
 }
 
+/// Copies the lower triangle of rr onto the upper one.
+XVO_SSE41 inline void corHMirror(int16_t (*rr)[kL]) {
+    // Block (bi, bj) with bi > bj transposed into (bj, bi); diagonal blocks transposed
+    // in place of their upper half.
+    for (int bi = 0; bi < kL; bi += 8) {
+        for (int bj = 0; bj <= bi; bj += 8) {
+            __m128i r[8];
+            for (int t = 0; t < 8; ++t) r[t] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&rr[bi + t][bj]));
+            const __m128i a0 = _mm_unpacklo_epi16(r[0], r[1]), a1 = _mm_unpackhi_epi16(r[0], r[1]);
+            const __m128i a2 = _mm_unpacklo_epi16(r[2], r[3]), a3 = _mm_unpackhi_epi16(r[2], r[3]);
+            const __m128i a4 = _mm_unpacklo_epi16(r[4], r[5]), a5 = _mm_unpackhi_epi16(r[4], r[5]);
+            const __m128i a6 = _mm_unpacklo_epi16(r[6], r[7]), a7 = _mm_unpackhi_epi16(r[6], r[7]);
+            const __m128i b0 = _mm_unpacklo_epi32(a0, a2), b1 = _mm_unpackhi_epi32(a0, a2);
+            const __m128i b2 = _mm_unpacklo_epi32(a1, a3), b3 = _mm_unpackhi_epi32(a1, a3);
+            const __m128i b4 = _mm_unpacklo_epi32(a4, a6), b5 = _mm_unpackhi_epi32(a4, a6);
+            const __m128i b6 = _mm_unpacklo_epi32(a5, a7), b7 = _mm_unpackhi_epi32(a5, a7);
+            const __m128i t[8] = {_mm_unpacklo_epi64(b0, b4), _mm_unpackhi_epi64(b0, b4), _mm_unpacklo_epi64(b1, b5),
+                                  _mm_unpackhi_epi64(b1, b5), _mm_unpacklo_epi64(b2, b6), _mm_unpackhi_epi64(b2, b6),
+                                  _mm_unpacklo_epi64(b3, b7), _mm_unpackhi_epi64(b3, b7)};
+            if (bi != bj) {
+                for (int u = 0; u < 8; ++u) _mm_storeu_si128(reinterpret_cast<__m128i*>(&rr[bj + u][bi]), t[u]);
+                continue;
+            }
+            // Diagonal block: row u keeps its columns 0..u and takes u + 1..7 from the transpose.
+            const __m128i lane = _mm_setr_epi16(0, 1, 2, 3, 4, 5, 6, 7);
+            for (int u = 0; u < 8; ++u) {
+                const __m128i upper = _mm_cmpgt_epi16(lane, _mm_set1_epi16(static_cast<int16_t>(u)));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(&rr[bi + u][bi]), _mm_blendv_epi8(r[u], t[u], upper));
+            }
+        }
+    }
+}
+
 // Row form of the matrix: with the lag sums kept in reversed order (cr[k + col] holds lag
 // j - col while row j = 39 - k is filled) and the response read reversed, row j's columns 0..j
 // are one contiguous pass, four 32-bit lanes at a time; rows are filled up to a multiple of four
@@ -144,34 +177,31 @@ XVO_SSE41 void corHSse41(const int16_t* h2, const int16_t* sign, int16_t (*rr)[k
         }
         rr[j][j] = static_cast<int16_t>((cr[kL - 1] + 0x8000) >> 16);
     }
-    // Mirror: block (bi, bj) with bi > bj transposed into (bj, bi); diagonal blocks transposed
-    // in place of their upper half.
-    for (int bi = 0; bi < kL; bi += 8) {
-        for (int bj = 0; bj <= bi; bj += 8) {
-            __m128i r[8];
-            for (int t = 0; t < 8; ++t) r[t] = _mm_loadu_si128(reinterpret_cast<const __m128i*>(&rr[bi + t][bj]));
-            const __m128i a0 = _mm_unpacklo_epi16(r[0], r[1]), a1 = _mm_unpackhi_epi16(r[0], r[1]);
-            const __m128i a2 = _mm_unpacklo_epi16(r[2], r[3]), a3 = _mm_unpackhi_epi16(r[2], r[3]);
-            const __m128i a4 = _mm_unpacklo_epi16(r[4], r[5]), a5 = _mm_unpackhi_epi16(r[4], r[5]);
-            const __m128i a6 = _mm_unpacklo_epi16(r[6], r[7]), a7 = _mm_unpackhi_epi16(r[6], r[7]);
-            const __m128i b0 = _mm_unpacklo_epi32(a0, a2), b1 = _mm_unpackhi_epi32(a0, a2);
-            const __m128i b2 = _mm_unpacklo_epi32(a1, a3), b3 = _mm_unpackhi_epi32(a1, a3);
-            const __m128i b4 = _mm_unpacklo_epi32(a4, a6), b5 = _mm_unpackhi_epi32(a4, a6);
-            const __m128i b6 = _mm_unpacklo_epi32(a5, a7), b7 = _mm_unpackhi_epi32(a5, a7);
-            const __m128i t[8] = {_mm_unpacklo_epi64(b0, b4), _mm_unpackhi_epi64(b0, b4), _mm_unpacklo_epi64(b1, b5),
-                                  _mm_unpackhi_epi64(b1, b5), _mm_unpacklo_epi64(b2, b6), _mm_unpackhi_epi64(b2, b6),
-                                  _mm_unpacklo_epi64(b3, b7), _mm_unpackhi_epi64(b3, b7)};
-            if (bi != bj) {
-                for (int u = 0; u < 8; ++u) _mm_storeu_si128(reinterpret_cast<__m128i*>(&rr[bj + u][bi]), t[u]);
-                continue;
-            }
-            // Diagonal block: row u of the transpose supplies columns u + 1..7 of row u.
-            alignas(16) int16_t tb[8][8];
-            for (int u = 0; u < 8; ++u) _mm_store_si128(reinterpret_cast<__m128i*>(tb[u]), t[u]);
-            for (int u = 0; u < 8; ++u)
-                for (int v = u + 1; v < 8; ++v) rr[bi + u][bi + v] = tb[u][v];
+    corHMirror(rr);
+}
+
+// The same rows eight lanes at a time (a row's spill stays inside its diagonal 8 x 8 block).
+XVO_AVX2 void corHAvx2(const int16_t* h2, const int16_t* sign, int16_t (*rr)[kL]) {
+    alignas(32) int32_t hr[kL], sg[kL], cr[kL + 8] = {};
+    for (int m = 0; m < kL; ++m) hr[m] = h2[kL - 1 - m], sg[m] = sign[m];
+    const __m256i rnd = _mm256_set1_epi32(0x8000);
+    for (int k = 0; k < kL; ++k) {
+        const int j = kL - 1 - k;
+        const __m256i hk = _mm256_set1_epi32(2 * int32_t(h2[k])), sj = _mm256_set1_epi32(sign[j]);
+        for (int col = 0; col <= j; col += 8) {
+            __m256i c = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(cr + k + col));
+            c = _mm256_add_epi32(c, _mm256_mullo_epi32(hk, _mm256_load_si256(reinterpret_cast<const __m256i*>(hr + col))));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(cr + k + col), c);
+            const __m256i r = _mm256_srai_epi32(_mm256_add_epi32(c, rnd), 16);
+            const __m256i sp = _mm256_srai_epi32(
+                _mm256_mullo_epi32(sj, _mm256_load_si256(reinterpret_cast<const __m256i*>(sg + col))), 15);
+            const __m256i v = _mm256_srai_epi32(_mm256_mullo_epi32(r, sp), 15);
+            const __m128i p = _mm_packs_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(&rr[j][col]), p);
         }
+        rr[j][j] = static_cast<int16_t>((cr[kL - 1] + 0x8000) >> 16);
     }
+    corHMirror(rr);
 }
 
 XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
@@ -193,7 +223,7 @@ XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* 
 
 constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar};
 constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41};
-constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHSse41};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2};
 
 }  // namespace
 
