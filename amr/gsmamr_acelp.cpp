@@ -426,20 +426,21 @@ void ownSearch10and8(int nbPulse, int step, int nbTracks, const int16_t* dn, con
             for (int a = a0; a < kL; a += step) ma = std::max(ma, int32_t(dn[a]));
             for (int b = b0; b < kL; b += step) mb = std::max(mb, int32_t(dn[b]));
             if (ps0 >= 0 && ps0 + ma + mb <= 32767 && alpBound <= MAX_32) {
-                for (int a = a0; a < kL; a += step) {
-                    const int32_t ps1 = ps0 + dn[a];
+                // The candidates in compact rows for the pair kernel.
+                int32_t psA[16], alpA[16], dnB[16] = {}, rvB[16] = {};
+                int16_t rAB[16][16] = {};
+                int na = 0, nb = 0;
+                for (int b = b0; b < kL; b += step, ++nb) dnB[nb] = dn[b], rvB[nb] = 2 * rrv[b] * w[4];
+                for (int a = a0; a < kL; a += step, ++na) {
+                    psA[na] = ps0 + dn[a];
                     int32_t alp1 = alp0 + 2 * rr[a][a] * w[2];
                     for (int p = 0; p < np; ++p) alp1 += 2 * rr[pulse[p]][a] * w[3];
-                    for (int b = b0; b < kL; b += step) {
-                        const int32_t ps2 = ps1 + dn[b];
-                        const int32_t alp2 = alp1 + 2 * rrv[b] * w[4] + 2 * rr[a][b] * w[5];
-                        const int32_t sq2 = (ps2 * ps2) >> 15, alp16 = (alp2 + 0x8000) >> 16;
-                        if (2 * int64_t(alp) * sq2 - 2 * int64_t(sq) * alp16 > 0) {
-                            sq = static_cast<int16_t>(sq2), ps = static_cast<int16_t>(ps2);
-                            alp = static_cast<int16_t>(alp16), ia = a, ibBest = b;
-                        }
-                    }
+                    alpA[na] = alp1;
+                    for (int b = b0, m = 0; b < kL; b += step, ++m) rAB[na][m] = rr[a][b];
                 }
+                const OwnPairBest best = ownGsmAmrKernels().pairSearch(na, nb, psA, alpA, dnB, rvB, rAB, 2 * w[5]);
+                sq = best.sq, alp = best.alp, ps = best.ps;
+                ia = a0 + step * best.a, ibBest = b0 + step * best.b;
                 pulse[np] = ia, pulse[np + 1] = ibBest;
                 continue;
             }

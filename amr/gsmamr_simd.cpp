@@ -47,6 +47,22 @@ void corHScalar(const int16_t* h2, const int16_t* sign, int16_t (*rr)[kL]) {
     }
 }
 
+OwnPairBest pairSearchScalar(int na, int nb, const int32_t* psA, const int32_t* alpA, const int32_t* dnB,
+                             const int32_t* rvB, const int16_t (*rAB)[16], int32_t w) {
+    OwnPairBest best;
+    for (int a = 0; a < na; ++a) {
+        for (int b = 0; b < nb; ++b) {
+            const int32_t ps = psA[a] + dnB[b], alp = alpA[a] + rvB[b] + w * rAB[a][b];
+            const int32_t sq = (ps * ps) >> 15, alp16 = (alp + 0x8000) >> 16;
+            if (2 * int64_t(best.alp) * sq - 2 * int64_t(best.sq) * alp16 > 0) {
+                best.sq = static_cast<int16_t>(sq), best.alp = static_cast<int16_t>(alp16);
+                best.ps = static_cast<int16_t>(ps), best.a = a, best.b = b;
+            }
+        }
+    }
+    return best;
+}
+
 // Vector form. The energy is a sum of non-negative terms, so the saturating sum is the exact sum
 // capped at MAX_32. The correlation's partial sums stay inside 32 bits when 4 Exn Eexcf <
 // (2^31 - 1)^2 (Cauchy-Schwarz on every prefix); otherwise that lag takes the scalar sum. The
@@ -204,6 +220,56 @@ XVO_AVX2 void corHAvx2(const int16_t* h2, const int16_t* sign, int16_t (*rr)[kL]
     corHMirror(rr);
 }
 
+// Pair search, eight b lanes at a time. While every alp16 is positive the strict comparison
+// orders the pairs by sq / alp16 (all sq are >= 0 > -1), so the scan keeps the first pair of the
+// largest ratio: each lane keeps its own first best over a (products below 2^30 fit 32 bits),
+// then the lanes' winners are compared, ties going to the earlier pair. A non-positive alp16
+// sends the search to the scalar scan.
+XVO_AVX2 OwnPairBest pairSearchAvx2(int na, int nb, const int32_t* psA, const int32_t* alpA, const int32_t* dnB,
+                                    const int32_t* rvB, const int16_t (*rAB)[16], int32_t w) {
+    alignas(32) int32_t wsq[16], walp[16], wps[16], wa[16];
+    const __m256i lane = _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7), rnd = _mm256_set1_epi32(0x8000);
+    const __m256i wv = _mm256_set1_epi32(w), one = _mm256_set1_epi32(1), none = _mm256_set1_epi32(-1);
+    __m256i bad = _mm256_setzero_si256();
+    for (int c = 0; c < nb; c += 8) {
+        const __m256i valid = _mm256_cmpgt_epi32(_mm256_set1_epi32(nb - c), lane);
+        const __m256i d = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(dnB + c));
+        const __m256i rv = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rvB + c));
+        __m256i bsq = none, balp = one, bps = _mm256_setzero_si256(), ba = _mm256_setzero_si256();
+        for (int a = 0; a < na; ++a) {
+            const __m256i r = _mm256_cvtepi16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(&rAB[a][c])));
+            const __m256i ps = _mm256_add_epi32(_mm256_set1_epi32(psA[a]), d);
+            const __m256i alp = _mm256_add_epi32(_mm256_add_epi32(_mm256_set1_epi32(alpA[a]), rv), _mm256_mullo_epi32(wv, r));
+            __m256i sq = _mm256_srai_epi32(_mm256_mullo_epi32(ps, ps), 15);
+            __m256i alp16 = _mm256_srai_epi32(_mm256_add_epi32(alp, rnd), 16);
+            bad = _mm256_or_si256(bad, _mm256_and_si256(valid, _mm256_cmpgt_epi32(one, alp16)));
+            sq = _mm256_blendv_epi8(none, sq, valid);
+            alp16 = _mm256_blendv_epi8(one, alp16, valid);
+            const __m256i better = _mm256_cmpgt_epi32(_mm256_mullo_epi32(balp, sq), _mm256_mullo_epi32(bsq, alp16));
+            bsq = _mm256_blendv_epi8(bsq, sq, better);
+            balp = _mm256_blendv_epi8(balp, alp16, better);
+            bps = _mm256_blendv_epi8(bps, ps, better);
+            ba = _mm256_blendv_epi8(ba, _mm256_set1_epi32(a), better);
+        }
+        _mm256_store_si256(reinterpret_cast<__m256i*>(wsq + c), bsq);
+        _mm256_store_si256(reinterpret_cast<__m256i*>(walp + c), balp);
+        _mm256_store_si256(reinterpret_cast<__m256i*>(wps + c), bps);
+        _mm256_store_si256(reinterpret_cast<__m256i*>(wa + c), ba);
+    }
+    if (!_mm256_testz_si256(bad, bad)) return pairSearchScalar(na, nb, psA, alpA, dnB, rvB, rAB, w);
+    // Every lane took its first pair (sq >= 0 > -1 with alp16 > 0); lanes are visited in b order,
+    // so among equal ratios only an earlier a wins.
+    OwnPairBest best;
+    for (int b = 0; b < nb; ++b) {
+        const int64_t l = int64_t(best.alp) * wsq[b], r = int64_t(best.sq) * walp[b];
+        if (b == 0 || l > r || (l == r && wa[b] < best.a)) {
+            best.sq = static_cast<int16_t>(wsq[b]), best.alp = static_cast<int16_t>(walp[b]);
+            best.ps = static_cast<int16_t>(wps[b]), best.a = wa[b], best.b = b;
+        }
+    }
+    return best;
+}
+
 XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
                             int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
     if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
@@ -221,9 +287,9 @@ XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* 
 #undef XVO_AVX2
 #undef XVO_SSE41
 
-constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar};
-constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41};
-constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2};
+constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar};
+constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2};
 
 }  // namespace
 

@@ -24,10 +24,25 @@ using OwnAcbLagsFn = void (*)(const int16_t* exc, const int16_t* xn, const int16
 /// mult(sign[i], sign[j])), signs being +-32767.
 using OwnCorHFn = void (*)(const int16_t* h2, const int16_t* sign, int16_t (*rr)[40]);
 
+/// Best pair of a joint two-pulse search: its sq, alp and ps, and the candidates' indices.
+struct OwnPairBest {
+    int16_t sq = -1, alp = 1, ps = 0;
+    int a = 0, b = 0;
+};
+
+/// Joint search of two pulses over na x nb candidates (1..16 each), scanned a-major: for pair
+/// (a, b), ps = psA[a] + dnB[b], alp = alpA[a] + rvB[b] + w rAB[a][b], sq = ps^2 >> 15 and
+/// alp16 = (alp + 0x8000) >> 16, each sum plain (the caller has bounded them inside 32 bits and
+/// ps inside 0..32767); the pair is kept when 2 best.alp sq - 2 best.sq alp16 > 0, from
+/// (sq, alp) = (-1, 1).
+using OwnPairSearchFn = OwnPairBest (*)(int na, int nb, const int32_t* psA, const int32_t* alpA, const int32_t* dnB,
+                                        const int32_t* rvB, const int16_t (*rAB)[16], int32_t w);
+
 struct OwnGsmAmrKernels {
     OwnCpuLevel level;
     OwnAcbLagsFn acbLags;
     OwnCorHFn corH;
+    OwnPairSearchFn pairSearch;
 };
 
 const OwnGsmAmrKernels& ownGsmAmrKernelsFor(OwnCpuLevel level);

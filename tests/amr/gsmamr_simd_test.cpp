@@ -77,3 +77,35 @@ TEST(GsmAmrSimd, CorHTwinsEqualScalar) {
     }
     if (levels == 0) GTEST_SKIP() << "SKIPPED: no vector level on this CPU";
 }
+
+// Pair-search twins: 8 or 10 candidates a side, energies from small to the 32-bit edge (where
+// some alp16 turn non-positive and the vector form hands over), many equal ratios from few
+// distinct values.
+TEST(GsmAmrSimd, PairSearchTwinsEqualScalar) {
+    const auto& ref = ownGsmAmrKernelsFor(OwnCpuLevel::Scalar);
+    std::mt19937 rng(26075);
+    int levels = 0;
+    for (auto level : {OwnCpuLevel::SSE41, OwnCpuLevel::AVX2}) {
+        if (!ownCpuSupports(level)) continue;
+        ++levels;
+        const auto& k = ownGsmAmrKernelsFor(level);
+        for (int n = 0; n < 2000; ++n) {
+            const int na = n % 2 ? 8 : 10, nb = n % 3 ? 8 : 10, distinct = n % 4 == 0 ? 3 : 30000;
+            int32_t psA[16], alpA[16], dnB[16] = {}, rvB[16] = {};
+            int16_t rAB[16][16] = {};
+            for (int a = 0; a < na; ++a) psA[a] = int(rng() % distinct) % 16000;
+            for (int b = 0; b < nb; ++b) dnB[b] = int(rng() % distinct) % 16000;
+            const int32_t w = 2 * 4096;
+            const int64_t span = n % 5 == 0 ? 30000 : 1 << 27;  // alp16 near zero, or large
+            for (int a = 0; a < na; ++a) alpA[a] = int32_t(int64_t(rng() % span) + (n % 5 == 0 ? -20000 : 1 << 29));
+            for (int b = 0; b < nb; ++b) rvB[b] = int32_t(int64_t(rng() % span) - span / 2);
+            for (int a = 0; a < na; ++a)
+                for (int b = 0; b < nb; ++b) rAB[a][b] = int16_t(int(rng() % distinct) % 32768 - 16384);
+            const OwnPairBest x = ref.pairSearch(na, nb, psA, alpA, dnB, rvB, rAB, n % 5 == 0 ? 0 : w);
+            const OwnPairBest y = k.pairSearch(na, nb, psA, alpA, dnB, rvB, rAB, n % 5 == 0 ? 0 : w);
+            ASSERT_TRUE(x.sq == y.sq && x.alp == y.alp && x.ps == y.ps && x.a == y.a && x.b == y.b)
+                << ownCpuLevelName(level) << " case " << n;
+        }
+    }
+    if (levels == 0) GTEST_SKIP() << "SKIPPED: no vector level on this CPU";
+}
