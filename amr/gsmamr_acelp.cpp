@@ -212,6 +212,30 @@ void ownSearchDeep(const int16_t* dn, const int16_t* dn2, const int16_t (*rr)[kL
     }
 }
 
+/// Filtered code: the sum of the pulses' shifted responses (h read as zero before its start),
+/// rounded. When 2 max|h| sum|sgn| + 0x8000 fits in 32 bits no operator can saturate and the
+/// sums are plain.
+void ownFilteredCode(const int* codvec, const int16_t* sgn, int np, const int16_t* h, int16_t* y) {
+    int64_t w = 0;
+    for (int k = 0; k < np; ++k) w += std::abs(int32_t(sgn[k]));
+    // The core's vector kernel counts -32768 as 32767, hence the one added.
+    if (2 * (int64_t(generic::ownGenericKernels().maxAbs(h, kL)) + 1) * w + 0x8000 <= MAX_32) {
+        int32_t y32[kL] = {};
+        for (int k = 0; k < np; ++k) {
+            const int c = codvec[k];
+            const int32_t g = 2 * sgn[k];
+            for (int i = c; i < kL; ++i) y32[i] += g * h[i - c];
+        }
+        for (int i = 0; i < kL; ++i) y[i] = static_cast<int16_t>((y32[i] + 0x8000) >> 16);
+        return;
+    }
+    for (int i = 0; i < kL; ++i) {
+        int32_t s = 0;
+        for (int k = 0; k < np; ++k) s = L_mac(s, i >= codvec[k] ? h[i - codvec[k]] : int16_t{0}, sgn[k]);
+        y[i] = round_fx(s);
+    }
+}
+
 /// Code vector (pulses of +8191 / -8192), filtered code (the sum of signed shifted responses, h
 /// read as zero before its start), and the sign word (bit t set for a positive pulse on index
 /// track t); each mode's position coding gives the pulse's index field and sign track.
@@ -233,11 +257,7 @@ int16_t ownBuildCode(const int* codvec, int np, const int16_t* sign, const int16
         }
         indx = add(indx, index);
     }
-    for (int i = 0; i < kL; ++i) {
-        int32_t s = 0;
-        for (int k = 0; k < np; ++k) s = L_mac(s, i >= codvec[k] ? h[i - codvec[k]] : int16_t{0}, sgn[k]);
-        y[i] = round_fx(s);
-    }
+    ownFilteredCode(codvec, sgn, np, h, y);
     *signWord = rsign;
     return indx;
 }
@@ -463,15 +483,6 @@ void ownSearch10and8(int nbPulse, int step, int nbTracks, const int16_t* dn, con
         const int pos = ipos[1];
         for (int j = 1; j < nbPulse - 1; ++j) ipos[j] = ipos[j + 1];
         ipos[nbPulse - 1] = pos;
-    }
-}
-
-/// Filtered code: the sum of the pulses' shifted responses (h read as zero before its start).
-void ownFilteredCode(const int* codvec, const int16_t* sgn, int np, const int16_t* h, int16_t* y) {
-    for (int i = 0; i < kL; ++i) {
-        int32_t s = 0;
-        for (int k = 0; k < np; ++k) s = L_mac(s, i >= codvec[k] ? h[i - codvec[k]] : int16_t{0}, sgn[k]);
-        y[i] = round_fx(s);
     }
 }
 
