@@ -63,6 +63,23 @@ OwnPairBest pairSearchScalar(int na, int nb, const int32_t* psA, const int32_t* 
     return best;
 }
 
+void fftStageScalar(int16_t* x, int stage, const int16_t* phs) {
+    const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (64 >> stage);
+    for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {
+        const int32_t c = phs[ji], sn = phs[ji + 1];
+        for (int k = j; k < 128; k += kk) {
+            const int kj = k + jj;
+            const int32_t br = x[kj], bi = x[kj + 1], ar = x[k], ai = x[k + 1];
+            const int32_t tr = (2 * (br * c - bi * sn) + 0x8000) >> 16;
+            const int32_t ti = (2 * (bi * c + br * sn) + 0x8000) >> 16;
+            x[kj] = static_cast<int16_t>((ar - tr) >> 1);
+            x[kj + 1] = static_cast<int16_t>((ai - ti) >> 1);
+            x[k] = static_cast<int16_t>((ar + tr) >> 1);
+            x[k + 1] = static_cast<int16_t>((ai + ti) >> 1);
+        }
+    }
+}
+
 // Vector form. The energy is a sum of non-negative terms, so the saturating sum is the exact sum
 // capped at MAX_32. The correlation's partial sums stay inside 32 bits when 4 Exn Eexcf <
 // (2^31 - 1)^2 (Cauchy-Schwarz on every prefix); otherwise that lag takes the scalar sum. The
@@ -270,6 +287,37 @@ XVO_AVX2 OwnPairBest pairSearchAvx2(int na, int nb, const int32_t* psA, const in
     return best;
 }
 
+// FFT stage, four butterflies at a time once partners are four or more complex values apart
+// (the first two stages stay scalar): pmaddwd forms br c - bi s (bi negated first, so -sin needs
+// no negation) and br s + bi c; the halved sums and differences fit 16 bits (|a| < 13500,
+// |t| <= sqrt(2) 13500 + 1).
+XVO_SSE41 void fftStageSse41(int16_t* x, int stage, const int16_t* phs) {
+    if (stage < 2) return fftStageScalar(x, stage, phs);
+    const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (64 >> stage);
+    const __m128i negIm = _mm_setr_epi16(1, -1, 1, -1, 1, -1, 1, -1), rnd = _mm_set1_epi32(0x8000);
+    const __m128i lo16 = _mm_set1_epi32(0xffff);
+    for (int j = 0; j < jj; j += 8) {
+        alignas(16) int16_t w1[8], w2[8];
+        for (int q = 0; q < 4; ++q) {
+            const int ji = (j / 2 + q) * ii2;
+            w1[2 * q] = phs[ji], w1[2 * q + 1] = phs[ji + 1];
+            w2[2 * q] = phs[ji + 1], w2[2 * q + 1] = phs[ji];
+        }
+        const __m128i W1 = _mm_load_si128(reinterpret_cast<const __m128i*>(w1));
+        const __m128i W2 = _mm_load_si128(reinterpret_cast<const __m128i*>(w2));
+        for (int k = j; k < 128; k += kk) {
+            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k));
+            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k + jj));
+            const __m128i p = _mm_madd_epi16(_mm_sign_epi16(b, negIm), W1), q = _mm_madd_epi16(b, W2);
+            const __m128i tr = _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(p, 1), rnd), 16);
+            const __m128i ti = _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(q, 1), rnd), 16);
+            const __m128i t = _mm_or_si128(_mm_and_si128(tr, lo16), _mm_slli_epi32(ti, 16));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k + jj), _mm_srai_epi16(_mm_sub_epi16(a, t), 1));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k), _mm_srai_epi16(_mm_add_epi16(a, t), 1));
+        }
+    }
+}
+
 XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
                             int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
     if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
@@ -287,9 +335,9 @@ XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* 
 #undef XVO_AVX2
 #undef XVO_SSE41
 
-constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar};
-constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar};
-constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2};
+constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar, fftStageScalar};
+constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar, fftStageSse41};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2, fftStageSse41};
 
 }  // namespace
 

@@ -38,11 +38,18 @@ struct OwnPairBest {
 using OwnPairSearchFn = OwnPairBest (*)(int na, int nb, const int32_t* psA, const int32_t* alpA, const int32_t* dnB,
                                         const int32_t* rvB, const int16_t (*rAB)[16], int32_t w);
 
+/// One radix-2 stage (partners 2 << stage values apart) of the 64-point complex FFT on plain
+/// integers, for inputs all below 13500 in magnitude (where no operator can saturate): with the
+/// twiddle (c, s) = (phs[ji], phs[ji + 1]), tr = (2 (br c - bi s) + 0x8000) >> 16, ti = (2 (bi c +
+/// br s) + 0x8000) >> 16, b = (a - t) >> 1, a = (a + t) >> 1. phs: cos and -sin of 2 pi k / 128.
+using OwnFftStageFn = void (*)(int16_t* x, int stage, const int16_t* phs);
+
 struct OwnGsmAmrKernels {
     OwnCpuLevel level;
     OwnAcbLagsFn acbLags;
     OwnCorHFn corH;
     OwnPairSearchFn pairSearch;
+    OwnFftStageFn fftStage;
 };
 
 const OwnGsmAmrKernels& ownGsmAmrKernelsFor(OwnCpuLevel level);

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdlib>
 
+#include "amr/gsmamr_simd.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -79,19 +80,7 @@ void ownCFft(int16_t* x) {
     for (int stage = 0; stage < 6; ++stage) {
         const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (kFft / 2 >> stage);
         if (ownMaxAbs128(x) < 13500) {
-            for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {
-                const int32_t c = kPhs[ji], sn = kPhs[ji + 1];
-                for (int k = j; k < kFft; k += kk) {
-                    const int kj = k + jj;
-                    const int32_t br = x[kj], bi = x[kj + 1], ar = x[k], ai = x[k + 1];
-                    const int32_t tr = (2 * (br * c - bi * sn) + 0x8000) >> 16;
-                    const int32_t ti = (2 * (bi * c + br * sn) + 0x8000) >> 16;
-                    x[kj] = static_cast<int16_t>((ar - tr) >> 1);
-                    x[kj + 1] = static_cast<int16_t>((ai - ti) >> 1);
-                    x[k] = static_cast<int16_t>((ar + tr) >> 1);
-                    x[k + 1] = static_cast<int16_t>((ai + ti) >> 1);
-                }
-            }
+            gsmamr::ownGsmAmrKernels().fftStage(x, stage, kPhs);
             continue;
         }
         for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {

@@ -1,10 +1,12 @@
 // The GSM-AMR vector kernels give their scalar forms' results: the pitch-search lag kernel on
 // quiet, loud and full-scale excitations (where the correlation falls back and the updates
 // saturate), the correlation matrix up to the largest energy it accepts, and the pair search with
-// many equal ratios and with energies rounding to <= 0 (where the vector form hands over).
+// many equal ratios and with energies rounding to <= 0 (where the vector form hands over), and
+// the FFT stages up to the largest input they accept.
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cmath>
 #include <climits>
 #include <random>
 #include <string>
@@ -78,6 +80,23 @@ void pairCase(const Kernels& ref, const Kernels& k, std::mt19937& rng, int n) {
     ASSERT_TRUE(x.sq == y.sq && x.alp == y.alp && x.ps == y.ps && x.a == y.a && x.b == y.b);
 }
 
+void fftCase(const Kernels& ref, const Kernels& k, std::mt19937& rng, int n) {
+    // cos and -sin of 2 pi k / 128 in Q15 from a rotation in doubles: any table gives the same
+    // check, as long as both forms read it and -32768 appears.
+    int16_t phs[128];
+    for (int i = 0; i < 64; ++i) {
+        phs[2 * i] = int16_t(std::lround(std::min(32767.0, 32768 * std::cos(6.283185307179586 * i / 128))));
+        phs[2 * i + 1] = int16_t(std::lround(std::max(-32768.0, -32768 * std::sin(6.283185307179586 * i / 128))));
+    }
+    const int amp = n % 3 == 0 ? 13499 : 1 + int(rng() % 13499);
+    std::array<int16_t, 128> a, b;
+    for (auto& v : a) v = n % 3 == 0 ? int16_t(rng() % 2 ? amp : -amp) : int16_t(int(rng() % (2 * amp + 1)) - amp);
+    b = a;
+    ref.fftStage(a.data(), n % 6, phs);
+    k.fftStage(b.data(), n % 6, phs);
+    ASSERT_EQ(a, b);
+}
+
 }  // namespace
 
 TEST(GsmAmrSimd, TwinsEqualScalar) {
@@ -86,7 +105,8 @@ TEST(GsmAmrSimd, TwinsEqualScalar) {
         void (*run)(const Kernels&, const Kernels&, std::mt19937&, int);
         int count;
     };
-    const Case cases[] = {{"acbLags", lagCase, 600}, {"corH", corHCase, 300}, {"pairSearch", pairCase, 2000}};
+    const Case cases[] = {{"acbLags", lagCase, 600}, {"corH", corHCase, 300}, {"pairSearch", pairCase, 2000},
+                           {"fftStage", fftCase, 600}};
     const auto& ref = ownGsmAmrKernelsFor(OwnCpuLevel::Scalar);
     int levels = 0;
     for (auto level : {OwnCpuLevel::SSE41, OwnCpuLevel::AVX2}) {
