@@ -3,6 +3,8 @@
 
 #include <immintrin.h>
 
+#include <utility>
+
 #include "core/fixed.h"
 
 namespace xvo::gsmamr {
@@ -287,33 +289,57 @@ XVO_AVX2 OwnPairBest pairSearchAvx2(int na, int nb, const int32_t* psA, const in
     return best;
 }
 
-// FFT stage, four butterflies at a time once partners are four or more complex values apart
-// (the first two stages stay scalar): pmaddwd forms br c - bi s (bi negated first, so -sin needs
-// no negation) and br s + bi c; the halved sums and differences fit 16 bits (|a| < 13500,
-// |t| <= sqrt(2) 13500 + 1).
-XVO_SSE41 void fftStageSse41(int16_t* x, int stage, const int16_t* phs) {
-    if (stage < 2) return fftStageScalar(x, stage, phs);
-    const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (64 >> stage);
+// FFT stage, four butterflies at a time: pmaddwd forms br c - bi s (bi negated first, so -sin
+// needs no negation) and br s + bi c; the halved sums and differences fit 16 bits (|a| < 13500,
+// |t| <= sqrt(2) 13500 + 1). a and b hold four complex values each, w1 the twiddles (c, s) and
+// w2 (s, c).
+XVO_SSE41 inline void fftButterflies(__m128i& a, __m128i& b, __m128i w1, __m128i w2) {
     const __m128i negIm = _mm_setr_epi16(1, -1, 1, -1, 1, -1, 1, -1), rnd = _mm_set1_epi32(0x8000);
-    const __m128i lo16 = _mm_set1_epi32(0xffff);
-    for (int j = 0; j < jj; j += 8) {
-        alignas(16) int16_t w1[8], w2[8];
+    const __m128i p = _mm_madd_epi16(_mm_sign_epi16(b, negIm), w1), q = _mm_madd_epi16(b, w2);
+    const __m128i tr = _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(p, 1), rnd), 16);
+    const __m128i ti = _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(q, 1), rnd), 16);
+    const __m128i t = _mm_or_si128(_mm_and_si128(tr, _mm_set1_epi32(0xffff)), _mm_slli_epi32(ti, 16));
+    b = _mm_srai_epi16(_mm_sub_epi16(a, t), 1);
+    a = _mm_srai_epi16(_mm_add_epi16(a, t), 1);
+}
+
+// Stages 0 and 1 regroup two vectors (eight complex values) into their a and b halves: 32-bit
+// elements for partners one apart, 64-bit halves for partners two apart.
+XVO_SSE41 void fftStageSse41(int16_t* x, int stage, const int16_t* phs) {
+    const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (64 >> stage);
+    alignas(16) int16_t w1[8], w2[8];
+    auto twiddles = [&](int q0, int period) {
         for (int q = 0; q < 4; ++q) {
-            const int ji = (j / 2 + q) * ii2;
+            const int ji = (q0 + q % period) * ii2;
             w1[2 * q] = phs[ji], w1[2 * q + 1] = phs[ji + 1];
             w2[2 * q] = phs[ji + 1], w2[2 * q + 1] = phs[ji];
         }
-        const __m128i W1 = _mm_load_si128(reinterpret_cast<const __m128i*>(w1));
-        const __m128i W2 = _mm_load_si128(reinterpret_cast<const __m128i*>(w2));
+        return std::pair{_mm_load_si128(reinterpret_cast<const __m128i*>(w1)),
+                         _mm_load_si128(reinterpret_cast<const __m128i*>(w2))};
+    };
+    if (stage < 2) {
+        const auto [W1, W2] = twiddles(0, stage == 0 ? 1 : 2);
+        for (int k = 0; k < 128; k += 16) {
+            __m128i v0 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k));
+            __m128i v1 = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k + 8));
+            if (stage == 0) v0 = _mm_shuffle_epi32(v0, 0xd8), v1 = _mm_shuffle_epi32(v1, 0xd8);  // a a b b
+            __m128i a = _mm_unpacklo_epi64(v0, v1), b = _mm_unpackhi_epi64(v0, v1);
+            fftButterflies(a, b, W1, W2);
+            v0 = _mm_unpacklo_epi64(a, b), v1 = _mm_unpackhi_epi64(a, b);
+            if (stage == 0) v0 = _mm_shuffle_epi32(v0, 0xd8), v1 = _mm_shuffle_epi32(v1, 0xd8);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k), v0);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k + 8), v1);
+        }
+        return;
+    }
+    for (int j = 0; j < jj; j += 8) {
+        const auto [W1, W2] = twiddles(j / 2, 4);
         for (int k = j; k < 128; k += kk) {
-            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k));
-            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k + jj));
-            const __m128i p = _mm_madd_epi16(_mm_sign_epi16(b, negIm), W1), q = _mm_madd_epi16(b, W2);
-            const __m128i tr = _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(p, 1), rnd), 16);
-            const __m128i ti = _mm_srai_epi32(_mm_add_epi32(_mm_slli_epi32(q, 1), rnd), 16);
-            const __m128i t = _mm_or_si128(_mm_and_si128(tr, lo16), _mm_slli_epi32(ti, 16));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k + jj), _mm_srai_epi16(_mm_sub_epi16(a, t), 1));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k), _mm_srai_epi16(_mm_add_epi16(a, t), 1));
+            __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k));
+            __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + k + jj));
+            fftButterflies(a, b, W1, W2);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k + jj), b);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(x + k), a);
         }
     }
 }
