@@ -3,6 +3,7 @@
 
 #include <immintrin.h>
 
+#include <cstring>
 #include <utility>
 
 #include "core/fixed.h"
@@ -78,6 +79,31 @@ void fftStageScalar(int16_t* x, int stage, const int16_t* phs) {
             x[kj + 1] = static_cast<int16_t>((ai - ti) >> 1);
             x[k] = static_cast<int16_t>((ar + tr) >> 1);
             x[k + 1] = static_cast<int16_t>((ai + ti) >> 1);
+        }
+    }
+}
+
+constexpr int16_t kVadC1 = 21955, kVadC2 = 6390;
+
+// One all-pass step of a half-band branch: the new memory x - c mem, the output mem + c new.
+inline int16_t vadStep(int16_t x, int16_t c, int16_t& mem) {
+    const int16_t t = fx::sub(x, fx::mult(c, mem)), y = fx::add(mem, fx::mult(c, t));
+    mem = t;
+    return y;
+}
+
+void vadBank5Scalar(const int16_t* in, int16_t* b, int16_t (*d)[2]) {
+    using namespace fx;
+    for (int s = 0; s < 80; ++s) {
+        const int16_t y0 = vadStep(shr(in[2 * s], 2), kVadC1, d[0][0]);
+        const int16_t y1 = vadStep(shr(in[2 * s + 1], 2), kVadC2, d[0][1]);
+        b[2 * s] = add(y0, y1), b[2 * s + 1] = sub(y0, y1);
+    }
+    for (int i = 0; i < 40; ++i) {
+        for (int f = 0; f < 2; ++f) {  // filter f on b[4i + f] and b[4i + 2 + f]
+            const int16_t y0 = vadStep(b[4 * i + f], kVadC1, d[1 + f][0]);
+            const int16_t y1 = vadStep(b[4 * i + 2 + f], kVadC2, d[1 + f][1]);
+            b[4 * i + f] = shr(add(y0, y1), 1), b[4 * i + 2 + f] = shr(sub(y0, y1), 1);
         }
     }
 }
@@ -344,6 +370,47 @@ XVO_SSE41 void fftStageSse41(int16_t* x, int stage, const int16_t* phs) {
     }
 }
 
+// Filter bank, one branch per 16-bit lane: stage one's two branches take in[2s] and in[2s + 1],
+// stage two's four take b[4i..4i + 3] (coefficients c1 c1 c2 c2), so each step is one load. mult
+// by c2 is pmulhw by 2 c2; by c1 (2 c1 above 16 bits) pmulhw by 2 c1 - 65536 plus the value.
+XVO_SSE41 void vadBank5Sse41(const int16_t* in, int16_t* b, int16_t (*d)[2]) {
+    auto step = [](__m128i x, __m128i& mem, __m128i c, __m128i big) {
+        auto mult = [&](__m128i v) { return _mm_add_epi16(_mm_mulhi_epi16(v, c), _mm_and_si128(v, big)); };
+        const __m128i t = _mm_subs_epi16(x, mult(mem)), y = _mm_adds_epi16(mem, mult(t));
+        mem = t;
+        return y;
+    };
+    const int16_t c1 = static_cast<int16_t>(2 * kVadC1 - 65536), c2 = 2 * kVadC2;
+    alignas(16) int16_t y[160];
+    {
+        const __m128i c = _mm_setr_epi16(c1, c2, 0, 0, 0, 0, 0, 0), big = _mm_setr_epi16(-1, 0, 0, 0, 0, 0, 0, 0);
+        __m128i mem = _mm_setr_epi16(d[0][0], d[0][1], 0, 0, 0, 0, 0, 0);
+        for (int s = 0; s < 80; ++s) {
+            int32_t pair;
+            std::memcpy(&pair, in + 2 * s, 4);
+            pair = _mm_cvtsi128_si32(step(_mm_srai_epi16(_mm_cvtsi32_si128(pair), 2), mem, c, big));
+            std::memcpy(y + 2 * s, &pair, 4);
+        }
+        d[0][0] = static_cast<int16_t>(_mm_extract_epi16(mem, 0)), d[0][1] = static_cast<int16_t>(_mm_extract_epi16(mem, 1));
+        // b[2s] = y0 + y1, b[2s + 1] = y0 - y1 (saturating).
+        for (int i = 0; i < 160; i += 8) {
+            const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(y + i));
+            const __m128i sw = _mm_shufflehi_epi16(_mm_shufflelo_epi16(v, 0xb1), 0xb1);
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(b + i), _mm_blend_epi16(_mm_adds_epi16(v, sw), _mm_subs_epi16(sw, v), 0xaa));
+        }
+    }
+    const __m128i c = _mm_setr_epi16(c1, c1, c2, c2, 0, 0, 0, 0), big = _mm_setr_epi16(-1, -1, 0, 0, 0, 0, 0, 0);
+    __m128i mem = _mm_setr_epi16(d[1][0], d[2][0], d[1][1], d[2][1], 0, 0, 0, 0);
+    for (int i = 0; i < 40; ++i) {
+        const __m128i v = step(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(b + 4 * i)), mem, c, big);
+        const __m128i sw = _mm_shufflelo_epi16(v, 0x4e);  // y2 y3 y0 y1
+        const __m128i o = _mm_blend_epi16(_mm_adds_epi16(v, sw), _mm_subs_epi16(sw, v), 0x0c);
+        _mm_storel_epi64(reinterpret_cast<__m128i*>(b + 4 * i), _mm_srai_epi16(o, 1));
+    }
+    d[1][0] = static_cast<int16_t>(_mm_extract_epi16(mem, 0)), d[2][0] = static_cast<int16_t>(_mm_extract_epi16(mem, 1));
+    d[1][1] = static_cast<int16_t>(_mm_extract_epi16(mem, 2)), d[2][1] = static_cast<int16_t>(_mm_extract_epi16(mem, 3));
+}
+
 XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
                             int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
     if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
@@ -361,9 +428,9 @@ XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* 
 #undef XVO_AVX2
 #undef XVO_SSE41
 
-constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar, fftStageScalar};
-constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar, fftStageSse41};
-constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2, fftStageSse41};
+constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar, fftStageScalar, vadBank5Scalar};
+constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar, fftStageSse41, vadBank5Sse41};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2, fftStageSse41, vadBank5Sse41};
 
 }  // namespace
 

@@ -44,12 +44,18 @@ using OwnPairSearchFn = OwnPairBest (*)(int na, int nb, const int32_t* psA, cons
 /// br s) + 0x8000) >> 16, b = (a - t) >> 1, a = (a + t) >> 1. phs: cos and -sin of 2 pi k / 128.
 using OwnFftStageFn = void (*)(int16_t* x, int stage, const int16_t* phs);
 
+/// First two stages of the option-1 VAD filter bank (5th-order half-band pairs, coefficients
+/// 21955 and 6390): stage one on in[160] scaled by 1/4 (memories d[0][0..1]) gives b[160], stage
+/// two splits b in place as two filters (memories d[1] and d[2]), outputs halved.
+using OwnVadBank5Fn = void (*)(const int16_t* in, int16_t* b, int16_t (*d)[2]);
+
 struct OwnGsmAmrKernels {
     OwnCpuLevel level;
     OwnAcbLagsFn acbLags;
     OwnCorHFn corH;
     OwnPairSearchFn pairSearch;
     OwnFftStageFn fftStage;
+    OwnVadBank5Fn vadBank5;
 };
 
 const OwnGsmAmrKernels& ownGsmAmrKernelsFor(OwnCpuLevel level);

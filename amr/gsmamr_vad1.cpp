@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "amr/amr_vad_common.h"
+#include "amr/gsmamr_simd.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -21,7 +22,7 @@ using namespace fx;
 
 constexpr int kBands = 9;
 constexpr int kFrame = 160;
-constexpr int16_t kCoeff3 = 13363, kCoeff5_1 = 21955, kCoeff5_2 = 6390;
+constexpr int16_t kCoeff3 = 13363;
 constexpr int16_t kNoiseMax = 16000;
 constexpr int16_t kAlphaUp1 = 1638, kAlphaDown1 = 2097, kAlphaUp2 = 491, kAlphaDown2 = 1867, kAlpha3 = 1638;
 constexpr int16_t kAlpha4 = 3276, kAlpha5 = 16383;
@@ -32,38 +33,6 @@ constexpr int32_t kPowLow = 15000, kPowPitch = 343040, kPowComplex = 15000;
 constexpr int16_t kCvadAdaptHigh = 19660, kCvadAdaptLow = 16383, kCvadInNoise = 21298, kCvadHang = 22936;
 constexpr int16_t kCvadHangLimit = 100, kCvadHangLength = 250, kCvadMinCorr = 13106;
 constexpr int16_t kCvadSlow = 655, kCvadFast = 2621, kCvadReallyFast = 6553;
-
-// First stage of the bank: 5th-order half-band pair on the input scaled by 1/4, decimating by 2.
-void ownFirstStage(const int16_t* in, int16_t* out, int16_t* data) {
-    int16_t d0 = data[0], d1 = data[1];
-    for (int i = 0; i < kFrame / 4; ++i) {
-        const int16_t t0 = sub(shr(in[4 * i], 2), mult(kCoeff5_1, d0));
-        int16_t t1 = add(d0, mult(kCoeff5_1, t0));
-        const int16_t t3 = sub(shr(in[4 * i + 1], 2), mult(kCoeff5_2, d1));
-        int16_t t2 = add(d1, mult(kCoeff5_2, t3));
-        out[4 * i] = add(t1, t2);
-        out[4 * i + 1] = sub(t1, t2);
-        d0 = sub(shr(in[4 * i + 2], 2), mult(kCoeff5_1, t0));
-        t1 = add(t0, mult(kCoeff5_1, d0));
-        d1 = sub(shr(in[4 * i + 3], 2), mult(kCoeff5_2, t3));
-        t2 = add(t3, mult(kCoeff5_2, d1));
-        out[4 * i + 2] = add(t1, t2);
-        out[4 * i + 3] = sub(t1, t2);
-    }
-    data[0] = d0, data[1] = d1;
-}
-
-// 5th-order half-band pair: low band into x0, high band into x1, memories d0 and d1.
-[[gnu::always_inline]] inline void ownFilter5(int16_t& x0, int16_t& x1, int16_t& d0, int16_t& d1) {
-    int16_t t0 = sub(x0, mult(kCoeff5_1, d0));
-    const int16_t t1 = add(d0, mult(kCoeff5_1, t0));
-    d0 = t0;
-    t0 = sub(x1, mult(kCoeff5_2, d1));
-    const int16_t t2 = add(d1, mult(kCoeff5_2, t0));
-    d1 = t0;
-    x0 = shr(add(t1, t2), 1);
-    x1 = shr(sub(t1, t2), 1);
-}
 
 // 3rd-order half-band pair, memory d.
 [[gnu::always_inline]] inline void ownFilter3(int16_t& x0, int16_t& x1, int16_t& d) {
@@ -76,16 +45,7 @@ void ownFirstStage(const int16_t* in, int16_t* out, int16_t* data) {
 
 void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
     int16_t b[kFrame];
-    ownFirstStage(in, b, st->aData5[0]);
-    // Each filter's memory lives in registers for its whole pass.
-    {
-        int16_t a0 = st->aData5[1][0], a1 = st->aData5[1][1], c0 = st->aData5[2][0], c1 = st->aData5[2][1];
-        for (int i = 0; i < kFrame / 4; ++i) {
-            ownFilter5(b[4 * i], b[4 * i + 2], a0, a1);
-            ownFilter5(b[4 * i + 1], b[4 * i + 3], c0, c1);
-        }
-        st->aData5[1][0] = a0, st->aData5[1][1] = a1, st->aData5[2][0] = c0, st->aData5[2][1] = c1;
-    }
+    gsmamr::ownGsmAmrKernels().vadBank5(in, b, st->aData5);
     {
         int16_t m0 = st->aData3[0], m1 = st->aData3[1], m4 = st->aData3[4];
         for (int i = 0; i < kFrame / 8; ++i) {

@@ -2,11 +2,13 @@
 // quiet, loud and full-scale excitations (where the correlation falls back and the updates
 // saturate), the correlation matrix up to the largest energy it accepts, and the pair search with
 // many equal ratios and with energies rounding to <= 0 (where the vector form hands over), and
-// the FFT stages up to the largest input they accept.
+// the FFT stages up to the largest input they accept, and the VAD filter bank's first stages on
+// full-scale inputs and memories (where they saturate).
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <climits>
 #include <random>
 #include <string>
@@ -97,6 +99,21 @@ void fftCase(const Kernels& ref, const Kernels& k, std::mt19937& rng, int n) {
     ASSERT_EQ(a, b);
 }
 
+void vadBankCase(const Kernels& ref, const Kernels& k, std::mt19937& rng, int n) {
+    const int amp = n % 3 == 0 ? 32768 : n % 3 == 1 ? 3000 : 1 + int(rng() % 32768);
+    auto r16 = [&](int a) { return int16_t(std::clamp(int(rng() % (2 * a + 1)) - a, -32768, 32767)); };
+    std::array<int16_t, 160> in, bA, bB;
+    int16_t dA[3][2], dB[3][2];
+    for (auto& v : in) v = n % 7 == 0 ? int16_t(rng() % 2 ? 32767 : -32768) : r16(amp);
+    for (auto& r : dA)
+        for (auto& v : r) v = r16(n % 2 ? 32768 : 2000);
+    std::memcpy(dB, dA, sizeof dA);
+    ref.vadBank5(in.data(), bA.data(), dA);
+    k.vadBank5(in.data(), bB.data(), dB);
+    ASSERT_EQ(bA, bB);
+    ASSERT_EQ(0, std::memcmp(dA, dB, sizeof dA));
+}
+
 }  // namespace
 
 TEST(GsmAmrSimd, TwinsEqualScalar) {
@@ -106,7 +123,7 @@ TEST(GsmAmrSimd, TwinsEqualScalar) {
         int count;
     };
     const Case cases[] = {{"acbLags", lagCase, 600}, {"corH", corHCase, 300}, {"pairSearch", pairCase, 2000},
-                           {"fftStage", fftCase, 600}};
+                           {"fftStage", fftCase, 600}, {"vadBank5", vadBankCase, 400}};
     const auto& ref = ownGsmAmrKernelsFor(OwnCpuLevel::Scalar);
     int levels = 0;
     for (auto level : {OwnCpuLevel::SSE41, OwnCpuLevel::AVX2}) {
