@@ -108,6 +108,23 @@ void vadBank5Scalar(const int16_t* in, int16_t* b, int16_t (*d)[2]) {
     }
 }
 
+constexpr int16_t kVadC3 = 13363;
+
+void vadBank3Scalar(int16_t* b, int16_t* m) {
+    using namespace fx;
+    constexpr int kOff[3] = {0, 2, 3};
+    for (int i = 0; i < 20; ++i) {
+        for (int f = 0; f < 3; ++f) {
+            int16_t& x0 = b[8 * i + kOff[f]];
+            int16_t& x1 = b[8 * i + 4 + kOff[f]];
+            const int16_t t1 = sub(x1, mult(kVadC3, m[f])), t2 = add(m[f], mult(kVadC3, t1));
+            m[f] = t1;
+            x1 = shr(sub(x0, t2), 1);
+            x0 = shr(add(x0, t2), 1);
+        }
+    }
+}
+
 // Vector form. The energy is a sum of non-negative terms, so the saturating sum is the exact sum
 // capped at MAX_32. The correlation's partial sums stay inside 32 bits when 4 Exn Eexcf <
 // (2^31 - 1)^2 (Cauchy-Schwarz on every prefix); otherwise that lag takes the scalar sum. The
@@ -411,6 +428,25 @@ XVO_SSE41 void vadBank5Sse41(const int16_t* in, int16_t* b, int16_t (*d)[2]) {
     d[1][1] = static_cast<int16_t>(_mm_extract_epi16(mem, 2)), d[2][1] = static_cast<int16_t>(_mm_extract_epi16(mem, 3));
 }
 
+// Third stage, the whole block of eight in one vector: the branches run in lanes 4, 6 and 7
+// (lane 5 computes an unused value), their outputs move down to lanes 0, 2 and 3 to meet x0.
+XVO_SSE41 void vadBank3Sse41(int16_t* b, int16_t* m) {
+    const __m128i c = _mm_set1_epi16(2 * kVadC3);
+    __m128i mem = _mm_setr_epi16(0, 0, 0, 0, m[0], 0, m[1], m[2]);
+    for (int i = 0; i < 20; ++i) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + 8 * i));
+        const __m128i t1 = _mm_subs_epi16(v, _mm_mulhi_epi16(mem, c));
+        const __m128i t2 = _mm_srli_si128(_mm_adds_epi16(mem, _mm_mulhi_epi16(t1, c)), 8);
+        mem = t1;
+        const __m128i x0 = _mm_srai_epi16(_mm_adds_epi16(v, t2), 1);
+        const __m128i x1 = _mm_slli_si128(_mm_srai_epi16(_mm_subs_epi16(v, t2), 1), 8);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(b + 8 * i), _mm_blend_epi16(_mm_blend_epi16(v, x0, 0x0d), x1, 0xd0));
+    }
+    m[0] = static_cast<int16_t>(_mm_extract_epi16(mem, 4));
+    m[1] = static_cast<int16_t>(_mm_extract_epi16(mem, 6));
+    m[2] = static_cast<int16_t>(_mm_extract_epi16(mem, 7));
+}
+
 XVO_SSE41 void acbLagsSse41(const int16_t* exc, const int16_t* xn, const int16_t* h, int tMin, int nLags, int hFac,
                             int scaling, int16_t* excf, int32_t* energy, int32_t* dot) {
     if (hFac == 3) acbLagsVec<12>(exc, xn, h, tMin, nLags, scaling, excf, energy, dot);
@@ -428,9 +464,9 @@ XVO_AVX2 void acbLagsAvx2(const int16_t* exc, const int16_t* xn, const int16_t* 
 #undef XVO_AVX2
 #undef XVO_SSE41
 
-constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar, fftStageScalar, vadBank5Scalar};
-constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar, fftStageSse41, vadBank5Sse41};
-constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2, fftStageSse41, vadBank5Sse41};
+constexpr OwnGsmAmrKernels kScalar{OwnCpuLevel::Scalar, acbLagsScalar, corHScalar, pairSearchScalar, fftStageScalar, vadBank5Scalar, vadBank3Scalar};
+constexpr OwnGsmAmrKernels kSse41{OwnCpuLevel::SSE41, acbLagsSse41, corHSse41, pairSearchScalar, fftStageSse41, vadBank5Sse41, vadBank3Sse41};
+constexpr OwnGsmAmrKernels kAvx2{OwnCpuLevel::AVX2, acbLagsAvx2, corHAvx2, pairSearchAvx2, fftStageSse41, vadBank5Sse41, vadBank3Sse41};
 
 }  // namespace
 

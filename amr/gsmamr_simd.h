@@ -49,6 +49,11 @@ using OwnFftStageFn = void (*)(int16_t* x, int stage, const int16_t* phs);
 /// two splits b in place as two filters (memories d[1] and d[2]), outputs halved.
 using OwnVadBank5Fn = void (*)(const int16_t* in, int16_t* b, int16_t (*d)[2]);
 
+/// Third stage of the option-1 VAD filter bank: three 3rd-order half-band pairs (coefficient
+/// 13363) on b[8i] / b[8i + 4], b[8i + 2] / b[8i + 6] and b[8i + 3] / b[8i + 7], i < 20, in place,
+/// outputs halved; memories m[0], m[1], m[2].
+using OwnVadBank3Fn = void (*)(int16_t* b, int16_t* m);
+
 struct OwnGsmAmrKernels {
     OwnCpuLevel level;
     OwnAcbLagsFn acbLags;
@@ -56,6 +61,7 @@ struct OwnGsmAmrKernels {
     OwnPairSearchFn pairSearch;
     OwnFftStageFn fftStage;
     OwnVadBank5Fn vadBank5;
+    OwnVadBank3Fn vadBank3;
 };
 
 const OwnGsmAmrKernels& ownGsmAmrKernelsFor(OwnCpuLevel level);

@@ -47,13 +47,9 @@ void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
     int16_t b[kFrame];
     gsmamr::ownGsmAmrKernels().vadBank5(in, b, st->aData5);
     {
-        int16_t m0 = st->aData3[0], m1 = st->aData3[1], m4 = st->aData3[4];
-        for (int i = 0; i < kFrame / 8; ++i) {
-            ownFilter3(b[8 * i], b[8 * i + 4], m0);
-            ownFilter3(b[8 * i + 2], b[8 * i + 6], m1);
-            ownFilter3(b[8 * i + 3], b[8 * i + 7], m4);
-        }
-        st->aData3[0] = m0, st->aData3[1] = m1, st->aData3[4] = m4;
+        int16_t m[3] = {st->aData3[0], st->aData3[1], st->aData3[4]};
+        gsmamr::ownGsmAmrKernels().vadBank3(b, m);
+        st->aData3[0] = m[0], st->aData3[1] = m[1], st->aData3[4] = m[2];
         int16_t m2 = st->aData3[2], m3 = st->aData3[3];
         for (int i = 0; i < kFrame / 16; ++i) {
             ownFilter3(b[16 * i], b[16 * i + 8], m2);

@@ -112,6 +112,13 @@ void vadBankCase(const Kernels& ref, const Kernels& k, std::mt19937& rng, int n)
     k.vadBank5(in.data(), bB.data(), dB);
     ASSERT_EQ(bA, bB);
     ASSERT_EQ(0, std::memcmp(dA, dB, sizeof dA));
+    // The third stage on the raw input (full scale included) with the first memories.
+    int16_t mA[3] = {dA[0][0], dA[1][1], dA[2][0]}, mB[3] = {mA[0], mA[1], mA[2]};
+    bA = in, bB = in;
+    ref.vadBank3(bA.data(), mA);
+    k.vadBank3(bB.data(), mB);
+    ASSERT_EQ(bA, bB);
+    ASSERT_EQ(0, std::memcmp(mA, mB, sizeof mA));
 }
 
 }  // namespace
