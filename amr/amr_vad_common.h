@@ -16,11 +16,13 @@ constexpr int16_t kStatThrLevel = 184;  // levels below this count as this in th
 /// previous frame's tail; the tail of this frame is kept in *subLevel for the next.
 inline int16_t ownLevel(const int16_t* d, int16_t* subLevel, int count1, int count2, int m, int a, int scale) {
     using namespace fx;
-    int32_t t1 = 0;
-    for (int i = count1; i < count2; ++i) t1 = L_mac(t1, 1, abs_s(d[m * i + a]));
-    int32_t t2 = L_add(t1, L_shl(static_cast<int32_t>(*subLevel), 16 - scale));
+    // The sums of 2 |x| stay below 2^23 for any band here, so they are plain; the previous tail
+    // (a 16-bit value shifted by at most 16 - scale) and the final shifts keep the operators.
+    int32_t t1 = 0, head = 0;
+    for (int i = count1; i < count2; ++i) t1 += 2 * abs_s(d[m * i + a]);
+    for (int i = 0; i < count1; ++i) head += 2 * abs_s(d[m * i + a]);
+    const int32_t t2 = L_add(L_add(t1, L_shl(static_cast<int32_t>(*subLevel), 16 - scale)), head);
     *subLevel = extract_h(L_shl(t1, scale));
-    for (int i = 0; i < count1; ++i) t2 = L_mac(t2, 1, abs_s(d[m * i + a]));
     return extract_h(L_shl(t2, scale));
 }
 

@@ -8,6 +8,7 @@
 
 #include "amr/gsmamr_acelp.h"
 #include "amr/gsmamr_common.h"
+#include "amr/gsmamr_simd.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -77,39 +78,25 @@ void ownSetSign(int16_t* dn, int16_t* sign, int16_t* dn2, int n) {
 
 void ownCorH(const int16_t* h, const int16_t* sign, int16_t (*rr)[kL]) {
     int16_t h2[kL];
-    int32_t s = 2;
-    for (int i = 0; i < kL; ++i) s = L_mac(s, h[i], h[i]);
+    // The energy's terms are never negative, so the saturating sum is the exact one capped.
+    const auto& g = generic::ownGenericKernels();
+    int32_t s = static_cast<int32_t>(std::min<int64_t>(2 + 2 * g.energy(h, kL), MAX_32));
     if (sub(extract_h(s), 32767) == 0) {
         for (int i = 0; i < kL; ++i) h2[i] = shr(h[i], 1);
     } else {
-        // Scale the response to unit energy (0.99 of it), in Q9.
+        // Scale the response to unit energy (0.99 of it), in Q9. k is not negative, so
+        // round_fx(L_shl(L_mult(h, k), 9)) is the 64-bit product clamped twice.
         const int16_t k = mult(extract_h(L_shl(g729::ownInvSqrt_G729(L_shr(s, 1)), 7)), 32440);
-        for (int i = 0; i < kL; ++i) h2[i] = round_fx(L_shl(L_mult(h[i], k), 9));
+        for (int i = 0; i < kL; ++i) {
+            const int64_t v = std::clamp<int64_t>(int64_t(h[i]) * k * 1024, MIN_32, MAX_32);
+            h2[i] = static_cast<int16_t>(std::min<int64_t>((v + 0x8000) >> 16, MAX_16));
+        }
     }
     // When 2 sum h2^2 fits in 32 bits no partial sum below can saturate (each is bounded by that
     // energy), so plain integer sums are the reference's.
-    int64_t e2 = 0;
-    for (int i = 0; i < kL; ++i) e2 += int32_t(h2[i]) * h2[i];
+    const int64_t e2 = g.energy(h2, kL);
     if (2 * e2 + 0x8000 <= MAX_32) {
-        // Step k adds h2[k] h2[k + dec] to every lag's running sum and fills row j = 39 - k of the
-        // lower triangle (columns j - dec), then its mirror; the signs read reversed so that the
-        // lag loop runs over contiguous values.
-        int32_t c[kL] = {};
-        int16_t srev[kL], val[kL];
-        for (int m = 0; m < kL; ++m) srev[m] = sign[kL - 1 - m];
-        for (int k = 0; k < kL; ++k) {
-            const int j = kL - 1 - k;
-            const int32_t hk = h2[k], sj = sign[j];
-            c[0] += 2 * hk * hk;
-            rr[j][j] = static_cast<int16_t>((c[0] + 0x8000) >> 16);
-            const int n = kL - 1 - k;
-            for (int dec = 1; dec <= n; ++dec) {
-                c[dec] += 2 * hk * h2[k + dec];
-                const int32_t sp = (sj * srev[k + dec]) >> 15;
-                val[dec] = static_cast<int16_t>((((c[dec] + 0x8000) >> 16) * sp) >> 15);
-            }
-            for (int dec = 1; dec <= n; ++dec) rr[j][j - dec] = rr[j - dec][j] = val[dec];
-        }
+        ownGsmAmrKernels().corH(h2, sign, rr);
         return;
     }
     s = 0;
@@ -225,6 +212,30 @@ void ownSearchDeep(const int16_t* dn, const int16_t* dn2, const int16_t (*rr)[kL
     }
 }
 
+/// Filtered code: the sum of the pulses' shifted responses (h read as zero before its start),
+/// rounded. When 2 max|h| sum|sgn| + 0x8000 fits in 32 bits no operator can saturate and the
+/// sums are plain.
+void ownFilteredCode(const int* codvec, const int16_t* sgn, int np, const int16_t* h, int16_t* y) {
+    int64_t w = 0;
+    for (int k = 0; k < np; ++k) w += std::abs(int32_t(sgn[k]));
+    // The core's vector kernel counts -32768 as 32767, hence the one added.
+    if (2 * (int64_t(generic::ownGenericKernels().maxAbs(h, kL)) + 1) * w + 0x8000 <= MAX_32) {
+        int32_t y32[kL] = {};
+        for (int k = 0; k < np; ++k) {
+            const int c = codvec[k];
+            const int32_t g = 2 * sgn[k];
+            for (int i = c; i < kL; ++i) y32[i] += g * h[i - c];
+        }
+        for (int i = 0; i < kL; ++i) y[i] = static_cast<int16_t>((y32[i] + 0x8000) >> 16);
+        return;
+    }
+    for (int i = 0; i < kL; ++i) {
+        int32_t s = 0;
+        for (int k = 0; k < np; ++k) s = L_mac(s, i >= codvec[k] ? h[i - codvec[k]] : int16_t{0}, sgn[k]);
+        y[i] = round_fx(s);
+    }
+}
+
 /// Code vector (pulses of +8191 / -8192), filtered code (the sum of signed shifted responses, h
 /// read as zero before its start), and the sign word (bit t set for a positive pulse on index
 /// track t); each mode's position coding gives the pulse's index field and sign track.
@@ -246,11 +257,7 @@ int16_t ownBuildCode(const int* codvec, int np, const int16_t* sign, const int16
         }
         indx = add(indx, index);
     }
-    for (int i = 0; i < kL; ++i) {
-        int32_t s = 0;
-        for (int k = 0; k < np; ++k) s = L_mac(s, i >= codvec[k] ? h[i - codvec[k]] : int16_t{0}, sgn[k]);
-        y[i] = round_fx(s);
-    }
+    ownFilteredCode(codvec, sgn, np, h, y);
     *signWord = rsign;
     return indx;
 }
@@ -439,20 +446,21 @@ void ownSearch10and8(int nbPulse, int step, int nbTracks, const int16_t* dn, con
             for (int a = a0; a < kL; a += step) ma = std::max(ma, int32_t(dn[a]));
             for (int b = b0; b < kL; b += step) mb = std::max(mb, int32_t(dn[b]));
             if (ps0 >= 0 && ps0 + ma + mb <= 32767 && alpBound <= MAX_32) {
-                for (int a = a0; a < kL; a += step) {
-                    const int32_t ps1 = ps0 + dn[a];
+                // The candidates in compact rows for the pair kernel.
+                int32_t psA[16], alpA[16], dnB[16] = {}, rvB[16] = {};
+                int16_t rAB[16][16] = {};
+                int na = 0, nb = 0;
+                for (int b = b0; b < kL; b += step, ++nb) dnB[nb] = dn[b], rvB[nb] = 2 * rrv[b] * w[4];
+                for (int a = a0; a < kL; a += step, ++na) {
+                    psA[na] = ps0 + dn[a];
                     int32_t alp1 = alp0 + 2 * rr[a][a] * w[2];
                     for (int p = 0; p < np; ++p) alp1 += 2 * rr[pulse[p]][a] * w[3];
-                    for (int b = b0; b < kL; b += step) {
-                        const int32_t ps2 = ps1 + dn[b];
-                        const int32_t alp2 = alp1 + 2 * rrv[b] * w[4] + 2 * rr[a][b] * w[5];
-                        const int32_t sq2 = (ps2 * ps2) >> 15, alp16 = (alp2 + 0x8000) >> 16;
-                        if (2 * int64_t(alp) * sq2 - 2 * int64_t(sq) * alp16 > 0) {
-                            sq = static_cast<int16_t>(sq2), ps = static_cast<int16_t>(ps2);
-                            alp = static_cast<int16_t>(alp16), ia = a, ibBest = b;
-                        }
-                    }
+                    alpA[na] = alp1;
+                    for (int b = b0, m = 0; b < kL; b += step, ++m) rAB[na][m] = rr[a][b];
                 }
+                const OwnPairBest best = ownGsmAmrKernels().pairSearch(na, nb, psA, alpA, dnB, rvB, rAB, 2 * w[5]);
+                sq = best.sq, alp = best.alp, ps = best.ps;
+                ia = a0 + step * best.a, ibBest = b0 + step * best.b;
                 pulse[np] = ia, pulse[np + 1] = ibBest;
                 continue;
             }
@@ -475,15 +483,6 @@ void ownSearch10and8(int nbPulse, int step, int nbTracks, const int16_t* dn, con
         const int pos = ipos[1];
         for (int j = 1; j < nbPulse - 1; ++j) ipos[j] = ipos[j + 1];
         ipos[nbPulse - 1] = pos;
-    }
-}
-
-/// Filtered code: the sum of the pulses' shifted responses (h read as zero before its start).
-void ownFilteredCode(const int* codvec, const int16_t* sgn, int np, const int16_t* h, int16_t* y) {
-    for (int i = 0; i < kL; ++i) {
-        int32_t s = 0;
-        for (int k = 0; k < np; ++k) s = L_mac(s, i >= codvec[k] ? h[i - codvec[k]] : int16_t{0}, sgn[k]);
-        y[i] = round_fx(s);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "amr/amr_vad_common.h"
+#include "amr/gsmamr_simd.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -21,7 +22,7 @@ using namespace fx;
 
 constexpr int kBands = 9;
 constexpr int kFrame = 160;
-constexpr int16_t kCoeff3 = 13363, kCoeff5_1 = 21955, kCoeff5_2 = 6390;
+constexpr int16_t kCoeff3 = 13363;
 constexpr int16_t kNoiseMax = 16000;
 constexpr int16_t kAlphaUp1 = 1638, kAlphaDown1 = 2097, kAlphaUp2 = 491, kAlphaDown2 = 1867, kAlpha3 = 1638;
 constexpr int16_t kAlpha4 = 3276, kAlpha5 = 16383;
@@ -33,134 +34,29 @@ constexpr int16_t kCvadAdaptHigh = 19660, kCvadAdaptLow = 16383, kCvadInNoise = 
 constexpr int16_t kCvadHangLimit = 100, kCvadHangLength = 250, kCvadMinCorr = 13106;
 constexpr int16_t kCvadSlow = 655, kCvadFast = 2621, kCvadReallyFast = 6553;
 
-// The bank's operators: the reference's saturating ones, or plain integer ones for frames whose
-// bounds (ownBankIsExact) show that no sum leaves 16 bits; with positive coefficients mult never
-// meets its one saturating case, so both give the same bits there.
-struct SatOps {
-    static int16_t add(int16_t a, int16_t b) { return fx::add(a, b); }
-    static int16_t sub(int16_t a, int16_t b) { return fx::sub(a, b); }
-};
-struct PlainOps {
-    static int16_t add(int16_t a, int16_t b) { return static_cast<int16_t>(a + b); }
-    static int16_t sub(int16_t a, int16_t b) { return static_cast<int16_t>(a - b); }
-};
-inline int16_t ownMulC(int16_t c, int16_t x) { return static_cast<int16_t>((int32_t(c) * x) >> 15); }  // c > 0
-
-// First stage of the bank: 5th-order half-band pair on the input scaled by 1/4, decimating by 2.
-template <class Op>
-void ownFirstStage(const int16_t* in, int16_t* out, int16_t* data) {
-    int16_t d0 = data[0], d1 = data[1];
-    for (int i = 0; i < kFrame / 4; ++i) {
-        const int16_t t0 = Op::sub(in[4 * i] >> 2, ownMulC(kCoeff5_1, d0));
-        int16_t t1 = Op::add(d0, ownMulC(kCoeff5_1, t0));
-        const int16_t t3 = Op::sub(in[4 * i + 1] >> 2, ownMulC(kCoeff5_2, d1));
-        int16_t t2 = Op::add(d1, ownMulC(kCoeff5_2, t3));
-        out[4 * i] = Op::add(t1, t2);
-        out[4 * i + 1] = Op::sub(t1, t2);
-        d0 = Op::sub(in[4 * i + 2] >> 2, ownMulC(kCoeff5_1, t0));
-        t1 = Op::add(t0, ownMulC(kCoeff5_1, d0));
-        d1 = Op::sub(in[4 * i + 3] >> 2, ownMulC(kCoeff5_2, t3));
-        t2 = Op::add(t3, ownMulC(kCoeff5_2, d1));
-        out[4 * i + 2] = Op::add(t1, t2);
-        out[4 * i + 3] = Op::sub(t1, t2);
-    }
-    data[0] = d0, data[1] = d1;
-}
-
-// 5th-order half-band pair: low band into x0, high band into x1, memories d0 and d1.
-template <class Op>
-[[gnu::always_inline]] inline void ownFilter5(int16_t& x0, int16_t& x1, int16_t& d0, int16_t& d1) {
-    int16_t t0 = Op::sub(x0, ownMulC(kCoeff5_1, d0));
-    const int16_t t1 = Op::add(d0, ownMulC(kCoeff5_1, t0));
-    d0 = t0;
-    t0 = Op::sub(x1, ownMulC(kCoeff5_2, d1));
-    const int16_t t2 = Op::add(d1, ownMulC(kCoeff5_2, t0));
-    d1 = t0;
-    x0 = static_cast<int16_t>(Op::add(t1, t2) >> 1);
-    x1 = static_cast<int16_t>(Op::sub(t1, t2) >> 1);
-}
-
 // 3rd-order half-band pair, memory d.
-template <class Op>
 [[gnu::always_inline]] inline void ownFilter3(int16_t& x0, int16_t& x1, int16_t& d) {
-    const int16_t t1 = Op::sub(x1, ownMulC(kCoeff3, d));
-    const int16_t t2 = Op::add(d, ownMulC(kCoeff3, t1));
+    const int16_t t1 = sub(x1, mult(kCoeff3, d));
+    const int16_t t2 = add(d, mult(kCoeff3, t1));
     d = t1;
-    x1 = static_cast<int16_t>(Op::sub(x0, t2) >> 1);
-    x0 = static_cast<int16_t>(Op::add(x0, t2) >> 1);
+    x1 = shr(sub(x0, t2), 1);
+    x0 = shr(add(x0, t2), 1);
 }
 
-// Bounds of one all-pass section t = x - c d, d' = t, y = d + c t fed with |x| <= in from a memory
-// |d| <= mem: |t| stays within max((in + 1) / (1 - c), mem) (the +1 covers mult's rounding down)
-// and |y| within that times (1 + c), plus 1.
-struct OwnAllpass {
-    int32_t state, out;
-};
-constexpr OwnAllpass ownAllpassBound(int32_t in, int32_t mem, int16_t c) {
-    const int32_t st = std::max<int32_t>(((in + 1) * 32768 + (32767 - c)) / (32768 - c), mem);
-    return {st, st + ((st * c) >> 15) + 1};
-}
-
-template <size_t N>
-int32_t ownMaxAbs(const int16_t (&m)[N]) {
-    int32_t r = 0;
-    for (int16_t v : m) r = std::max<int32_t>(r, v < 0 ? -int32_t(v) : v);
-    return r;
-}
-
-// True when no sum of the bank can leave 16 bits for this frame: the input peak and the memories
-// bound every stage's sections and sums (each below 32767).
-bool ownBankIsExact(const XvoVAD1State_GSMAMR* st, int32_t peak) {
-    const auto ok = [](int32_t v) { return v < 32767; };
-    int32_t in = (peak + 3) >> 2;  // the first stage's input, scaled by 1/4
-    const int32_t mem1 = std::max<int32_t>(ownMaxAbs(st->aData5[0]), 0);
-    auto a = ownAllpassBound(in, mem1, kCoeff5_1), b = ownAllpassBound(in, mem1, kCoeff5_2);
-    int32_t out = a.out + b.out;
-    if (!ok(a.state) || !ok(b.state) || !ok(a.out) || !ok(b.out) || !ok(out)) return false;
-    const int32_t mem2 = std::max(ownMaxAbs(st->aData5[1]), ownMaxAbs(st->aData5[2]));
-    a = ownAllpassBound(out, mem2, kCoeff5_1), b = ownAllpassBound(out, mem2, kCoeff5_2);
-    if (!ok(a.state) || !ok(b.state) || !ok(a.out + b.out)) return false;
-    in = ((a.out + b.out) >> 1) + 1;
-    const int32_t mem3 = ownMaxAbs(st->aData3);
-    for (int stage = 0; stage < 2; ++stage) {  // the two rounds of 3rd-order pairs
-        const auto c = ownAllpassBound(in, mem3, kCoeff3);
-        if (!ok(c.state) || !ok(in + c.out)) return false;
-        in = ((in + c.out) >> 1) + 1;
-    }
-    return true;
-}
-
-template <class Op>
-void ownBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* b) {
-    ownFirstStage<Op>(in, b, st->aData5[0]);
-    // Each filter's memory lives in registers for its whole pass.
-    {
-        int16_t a0 = st->aData5[1][0], a1 = st->aData5[1][1], c0 = st->aData5[2][0], c1 = st->aData5[2][1];
-        for (int i = 0; i < kFrame / 4; ++i) {
-            ownFilter5<Op>(b[4 * i], b[4 * i + 2], a0, a1);
-            ownFilter5<Op>(b[4 * i + 1], b[4 * i + 3], c0, c1);
-        }
-        st->aData5[1][0] = a0, st->aData5[1][1] = a1, st->aData5[2][0] = c0, st->aData5[2][1] = c1;
-    }
-    int16_t m0 = st->aData3[0], m1 = st->aData3[1], m4 = st->aData3[4];
-    for (int i = 0; i < kFrame / 8; ++i) {
-        ownFilter3<Op>(b[8 * i], b[8 * i + 4], m0);
-        ownFilter3<Op>(b[8 * i + 2], b[8 * i + 6], m1);
-        ownFilter3<Op>(b[8 * i + 3], b[8 * i + 7], m4);
-    }
-    st->aData3[0] = m0, st->aData3[1] = m1, st->aData3[4] = m4;
-    int16_t m2 = st->aData3[2], m3 = st->aData3[3];
-    for (int i = 0; i < kFrame / 16; ++i) {
-        ownFilter3<Op>(b[16 * i], b[16 * i + 8], m2);
-        ownFilter3<Op>(b[16 * i + 4], b[16 * i + 12], m3);
-    }
-    st->aData3[2] = m2, st->aData3[3] = m3;
-}
-
-void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level, int32_t peak) {
+void ownFilterBank(XvoVAD1State_GSMAMR* st, const int16_t* in, int16_t* level) {
     int16_t b[kFrame];
-    if (ownBankIsExact(st, peak)) ownBank<PlainOps>(st, in, b);
-    else ownBank<SatOps>(st, in, b);
+    gsmamr::ownGsmAmrKernels().vadBank5(in, b, st->aData5);
+    {
+        int16_t m[3] = {st->aData3[0], st->aData3[1], st->aData3[4]};
+        gsmamr::ownGsmAmrKernels().vadBank3(b, m);
+        st->aData3[0] = m[0], st->aData3[1] = m[1], st->aData3[4] = m[2];
+        int16_t m2 = st->aData3[2], m3 = st->aData3[3];
+        for (int i = 0; i < kFrame / 16; ++i) {
+            ownFilter3(b[16 * i], b[16 * i + 8], m2);
+            ownFilter3(b[16 * i + 4], b[16 * i + 12], m3);
+        }
+        st->aData3[2] = m2, st->aData3[3] = m3;
+    }
     int16_t* sl = st->subLevel;
     level[8] = amrvad::ownLevel(b, &sl[8], kFrame / 4 - 8, kFrame / 4, 4, 1, 15);
     const int a8[4] = {7, 3, 2, 6};  // bands 7..4, stride 8
@@ -226,7 +122,7 @@ int16_t ownVAD1(XvoVAD1State_GSMAMR* st, const int16_t* speech) {
     if (pow < kPowComplex) st->complexLow = static_cast<int16_t>(st->complexLow & 0x3fff);
 
     int16_t level[kBands];
-    ownFilterBank(st, speech, level, g.maxAbs(speech, kFrame));
+    ownFilterBank(st, speech, level);
 
     // Decision: averaged per-band SNR against a threshold falling with the noise level.
     int32_t acc = 0;

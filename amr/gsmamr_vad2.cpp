@@ -7,7 +7,6 @@
 #include <cstdlib>
 
 #include "amr/gsmamr_simd.h"
-#include "amr/gsmamr_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
 #include "core/generic_kernels.h"
@@ -24,11 +23,22 @@ namespace xvo {
 namespace {
 
 using namespace fx;
-using gsmamr::kFftPhase;
 
 constexpr int kFrm = 80, kDelay = 24, kFft = 128, kChan = 16;
 constexpr int16_t kPreEmp = -26214;  // -0.8
 
+// Phase table of the 64-point complex FFT: cos and -sin of 2 pi k / 128, interleaved.
+constexpr int16_t kPhs[128] = {
+    32767,  0,      32729,  -1608,  32610,  -3212,  32413,  -4808,  32138,  -6393,  31786,  -7962,  31357,  -9512,
+    30853,  -11039, 30274,  -12540, 29622,  -14010, 28899,  -15447, 28106,  -16846, 27246,  -18205, 26320,  -19520,
+    25330,  -20788, 24279,  -22006, 23170,  -23170, 22006,  -24279, 20788,  -25330, 19520,  -26320, 18205,  -27246,
+    16846,  -28106, 15447,  -28899, 14010,  -29622, 12540,  -30274, 11039,  -30853, 9512,   -31357, 7962,   -31786,
+    6393,   -32138, 4808,   -32413, 3212,   -32610, 1608,   -32729, 0,      -32768, -1608,  -32729, -3212,  -32610,
+    -4808,  -32413, -6393,  -32138, -7962,  -31786, -9512,  -31357, -11039, -30853, -12540, -30274, -14010, -29622,
+    -15447, -28899, -16846, -28106, -18205, -27246, -19520, -26320, -20788, -25330, -22006, -24279, -23170, -23170,
+    -24279, -22006, -25330, -20788, -26320, -19520, -27246, -18205, -28106, -16846, -28899, -15447, -29622, -14010,
+    -30274, -12540, -30853, -11039, -31357, -9512,  -31786, -7962,  -32138, -6393,  -32413, -4808,  -32610, -3212,
+    -32729, -1608};
 
 // Channel edges (FFT bins), their gains, the voice-metric table and the long-term-SNR tables.
 constexpr int8_t kChTbl[kChan][2] = {{2, 3},   {4, 5},   {6, 7},   {8, 9},   {10, 11}, {12, 13}, {14, 16}, {17, 19},
@@ -70,14 +80,14 @@ void ownCFft(int16_t* x) {
     for (int stage = 0; stage < 6; ++stage) {
         const int jj = 2 << stage, kk = 2 * jj, ii2 = 2 * (kFft / 2 >> stage);
         if (ownMaxAbs128(x) < 13500) {
-            gsmamr::ownGsmAmrKernels().fftStage(x, stage);
+            gsmamr::ownGsmAmrKernels().fftStage(x, stage, kPhs);
             continue;
         }
         for (int j = 0, ji = 0; j < jj; j += 2, ji += ii2) {
             for (int k = j; k < kFft; k += kk) {
                 const int kj = k + jj;
-                const int16_t tr = round_fx(L_msu(L_mult(x[kj], kFftPhase[ji]), x[kj + 1], kFftPhase[ji + 1]));
-                const int16_t ti = round_fx(L_mac(L_mult(x[kj + 1], kFftPhase[ji]), x[kj], kFftPhase[ji + 1]));
+                const int16_t tr = round_fx(L_msu(L_mult(x[kj], kPhs[ji]), x[kj + 1], kPhs[ji + 1]));
+                const int16_t ti = round_fx(L_mac(L_mult(x[kj + 1], kPhs[ji]), x[kj], kPhs[ji + 1]));
                 x[kj] = shr(sub(x[k], tr), 1);
                 x[kj + 1] = shr(sub(x[k + 1], ti), 1);
                 x[k] = shr(add(x[k], tr), 1);
@@ -103,19 +113,19 @@ void ownRealFft128_16s(int16_t* x) {
             const int32_t f1r = x[i] + x[j], f1i = x[i + 1] - x[j + 1], f2r = x[i + 1] + x[j + 1], f2i = x[j] - x[i];
             const int32_t l1r = f1r * 65536, l1i = f1i * 65536;
             auto rnd = [](int32_t v) { return static_cast<int16_t>(((v >> 1) + 0x8000) >> 16); };
-            x[i] = rnd(l1r + 2 * (f2r * kFftPhase[i] - f2i * kFftPhase[i + 1]));
-            x[i + 1] = rnd(l1i + 2 * (f2i * kFftPhase[i] + f2r * kFftPhase[i + 1]));
-            x[j] = rnd(l1r + 2 * (f2r * kFftPhase[j] + f2i * kFftPhase[j + 1]));
-            x[j + 1] = rnd(-l1i + 2 * (f2r * kFftPhase[j + 1] - f2i * kFftPhase[j]));
+            x[i] = rnd(l1r + 2 * (f2r * kPhs[i] - f2i * kPhs[i + 1]));
+            x[i + 1] = rnd(l1i + 2 * (f2i * kPhs[i] + f2r * kPhs[i + 1]));
+            x[j] = rnd(l1r + 2 * (f2r * kPhs[j] + f2i * kPhs[j + 1]));
+            x[j + 1] = rnd(-l1i + 2 * (f2r * kPhs[j + 1] - f2i * kPhs[j]));
             continue;
         }
         const int16_t f1r = add(x[i], x[j]), f1i = sub(x[i + 1], x[j + 1]);
         const int16_t f2r = add(x[i + 1], x[j + 1]), f2i = sub(x[j], x[i]);
         const int32_t l1r = L_deposit_h(f1r), l1i = L_deposit_h(f1i);
-        x[i] = round_fx(L_shr(L_msu(L_mac(l1r, f2r, kFftPhase[i]), f2i, kFftPhase[i + 1]), 1));
-        x[i + 1] = round_fx(L_shr(L_mac(L_mac(l1i, f2i, kFftPhase[i]), f2r, kFftPhase[i + 1]), 1));
-        x[j] = round_fx(L_shr(L_mac(L_mac(l1r, f2r, kFftPhase[j]), f2i, kFftPhase[j + 1]), 1));
-        x[j + 1] = round_fx(L_shr(L_mac(L_msu(L_negate(l1i), f2i, kFftPhase[j]), f2r, kFftPhase[j + 1]), 1));
+        x[i] = round_fx(L_shr(L_msu(L_mac(l1r, f2r, kPhs[i]), f2i, kPhs[i + 1]), 1));
+        x[i + 1] = round_fx(L_shr(L_mac(L_mac(l1i, f2i, kPhs[i]), f2r, kPhs[i + 1]), 1));
+        x[j] = round_fx(L_shr(L_mac(L_mac(l1r, f2r, kPhs[j]), f2i, kPhs[j + 1]), 1));
+        x[j + 1] = round_fx(L_shr(L_mac(L_msu(L_negate(l1i), f2i, kPhs[j]), f2r, kPhs[j + 1]), 1));
     }
 }
 
