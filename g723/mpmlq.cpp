@@ -2,6 +2,7 @@
 // (G.723.1 2.15): pulse search on both grids around the quantised largest
 // amplitude, optionally with the pitch-train impulse response, then the
 // combinatorial position code and the pitch train on the code vector.
+#include <algorithm>
 #include <cstdint>
 
 #include "core/check.h"
@@ -38,6 +39,8 @@ void ownPitchTrain(int16_t* dst, const int16_t* src, int16_t lag) {
 // greedily; the candidate of largest score (first on ties) is kept in best,
 // which the caller starts at maxErr = MIN_32.
 void ownGainQuant_G723(MlqBest& best, const int16_t* tv, const int16_t* imr, int np) {
+    int32_t imrPeak = 0;
+    for (int i = 0; i < kSubFrLen; ++i) imrPeak = std::max(imrPeak, imr[i] < 0 ? -int32_t(imr[i]) : int32_t(imr[i]));
     // Autocorrelation of the halved response, normalised by its energy.
     int16_t half[kSubFrLen], rr[kSubFrLen];
     for (int i = 0; i < kSubFrLen; ++i) half[i] = shr(imr[i], 1);
@@ -46,16 +49,20 @@ void ownGainQuant_G723(MlqBest& best, const int16_t* tv, const int16_t* imr, int
     int16_t e = norm_l(acc);
     rr[0] = round_fx(L_shl(acc, e));
     for (int i = 1; i < kSubFrLen; ++i) {
-        acc = 0;
-        for (int j = i; j < kSubFrLen; ++j) acc = L_mac(acc, half[j], half[j - i]);
+        if (!ownWideDot(half + i, half, kSubFrLen - i, 2, &acc)) {
+            acc = 0;
+            for (int j = i; j < kSubFrLen; ++j) acc = L_mac(acc, half[j], half[j - i]);
+        }
         rr[i] = round_fx(L_shl(acc, e));
     }
     // Backward-filtered target.
     e = sub(e, 4);
     int32_t errBlk[kSubFrLen];
     for (int i = 0; i < kSubFrLen; ++i) {
-        acc = 0;
-        for (int j = i; j < kSubFrLen; ++j) acc = L_mac(acc, tv[j], imr[j - i]);
+        if (!ownWideDot(tv + i, imr, kSubFrLen - i, 2, &acc)) {
+            acc = 0;
+            for (int j = i; j < kSubFrLen; ++j) acc = L_mac(acc, tv[j], imr[j - i]);
+        }
         errBlk[i] = L_shl(acc, e);
     }
 
@@ -102,10 +109,17 @@ void ownGainQuant_G723(MlqBest& best, const int16_t* tv, const int16_t* imr, int
                 if (occ[l])
                     for (int j = 0; j < np; ++j)
                         if (loc[j] == l) pos[n] = static_cast<int16_t>(l), pa[n++] = amp[j];
+            // Below this bound no partial sum of the doubled products can saturate.
+            const bool plain = int64_t(mamp) * imrPeak * 2 * n < (int64_t(1) << 31);
             int32_t score = 0;
             for (int l = 0; l < kSubFrLen; ++l) {
                 acc = 0;
-                for (int j = 0; j < n && pos[j] <= l; ++j) acc = L_mac(acc, pa[j], imr[l - pos[j]]);
+                if (plain) {
+                    for (int j = 0; j < n && pos[j] <= l; ++j) acc += int32_t(pa[j]) * imr[l - pos[j]];
+                    acc *= 2;
+                } else {
+                    for (int j = 0; j < n && pos[j] <= l; ++j) acc = L_mac(acc, pa[j], imr[l - pos[j]]);
+                }
                 const int16_t y = extract_h(L_shl(acc, 2));
                 score = L_mac(score, tv[l], y);
                 score = L_sub(score, L_shr(L_mult(y, y), 1));
