@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include <emmintrin.h>
+
 #include "core/cpu.h"
 
 namespace xvo::amrwbe {
@@ -13,6 +15,18 @@ namespace xvo::amrwbe {
 constexpr int16_t ownRound14(int32_t sum) {
     if (sum >= 0x1FFFE000) return 32767;
     return static_cast<int16_t>(static_cast<uint16_t>(static_cast<uint32_t>((sum + 8192) >> 14)));
+}
+
+/// Exact dot product of width (a multiple of 8) samples of a phase row and a signal, for callers
+/// whose bounds keep the sum inside 32 bits.
+inline int32_t ownDot(const int16_t* row, const int16_t* x, int width) {
+    __m128i a = _mm_setzero_si128();
+    for (int t = 0; t < width; t += 8)
+        a = _mm_add_epi32(a, _mm_madd_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + t)),
+                                            _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + t))));
+    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(1, 0, 3, 2)));
+    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(2, 3, 0, 1)));
+    return _mm_cvtsi128_si32(a);
 }
 
 /// The decimator's phases run 0, 2, 4, 1, 3, 5, 2, 4, 1, 3, 5, ... with read positions 0, 6, 12,

@@ -4,8 +4,7 @@
 // input history and its phase position in caller memory, so a stream may be cut into calls anywhere.
 #include <algorithm>
 
-#include <emmintrin.h>
-
+#include "amr/amrwbe_band.h"
 #include "amr/amrwbe_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
@@ -70,16 +69,6 @@ int32_t ownPhaseRows(const OwnPolyphase& f, int phases, int width, int16_t* rows
     return absMax;
 }
 
-/// Exact dot product of width (a multiple of 8) samples.
-inline int32_t ownDot(const int16_t* row, const int16_t* x, int width) {
-    __m128i a = _mm_setzero_si128();
-    for (int t = 0; t < width; t += 8)
-        a = _mm_add_epi32(a, _mm_madd_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(row + t)),
-                                            _mm_loadu_si128(reinterpret_cast<const __m128i*>(x + t))));
-    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(1, 0, 3, 2)));
-    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(2, 3, 0, 1)));
-    return _mm_cvtsi128_si32(a);
-}
 
 /// count outputs; x[pos] is the newest sample of the left wing of an output at read position pos,
 /// x[pos + 1] the oldest of the right wing. The phase position runs on through *pFrac. xEnd is one

@@ -4,8 +4,7 @@
 #include <algorithm>
 #include <array>
 
-#include <emmintrin.h>
-
+#include "amr/amrwbe_band.h"
 #include "amr/amrwbe_tables.h"
 #include "core/check.h"
 #include "core/fixed.h"
@@ -72,12 +71,7 @@ int32_t ownUpDotSat(const int16_t* row, const int16_t* x) {
 }
 
 int32_t ownUpDotExact(const int16_t* row, const int16_t* x) {
-    const auto ld = [](const int16_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
-    __m128i a = _mm_add_epi32(_mm_madd_epi16(ld(row), ld(x)), _mm_madd_epi16(ld(row + 8), ld(x + 8)));
-    a = _mm_add_epi32(a, _mm_madd_epi16(ld(row + 16), ld(x + 16)));
-    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(1, 0, 3, 2)));
-    a = _mm_add_epi32(a, _mm_shuffle_epi32(a, _MM_SHUFFLE(2, 3, 0, 1)));
-    return _mm_cvtsi128_si32(a) * 2;  // |sum| < 2^30 here (see the caller)
+    return ownDot(row, x, kUpTaps) * 2;  // |sum| < 2^30 here (see the caller)
 }
 
 }  // namespace
