@@ -39,16 +39,17 @@ V speechLike(int n, uint32_t seed) {  // low-passed noise with a slow envelope
 
 /// Least-squares amplitude of a tone at freq/rate in x[from..], and the residual level in dB below it.
 std::pair<double, double> fitTone(const V& x, size_t from, double freq, double rate) {
-    double cc = 0, ss = 0, cs = 0, xc = 0, xs = 0;
+    double m[5] = {};  // cc, ss, cs, xc, xs
+    auto cs = [&](size_t i) { const double w = 2 * M_PI * freq / rate * i; return std::pair{std::cos(w), std::sin(w)}; };
     for (size_t i = from; i < x.size(); ++i) {
-        const double c = std::cos(2 * M_PI * freq / rate * i), s = std::sin(2 * M_PI * freq / rate * i);
-        cc += c * c, ss += s * s, cs += c * s, xc += x[i] * c, xs += x[i] * s;
+        const auto [c, s] = cs(i);
+        m[0] += c * c, m[1] += s * s, m[2] += c * s, m[3] += x[i] * c, m[4] += x[i] * s;
     }
-    const double det = cc * ss - cs * cs, a = (xc * ss - xs * cs) / det, b = (xs * cc - xc * cs) / det;
+    const double det = m[0] * m[1] - m[2] * m[2], a = (m[3] * m[1] - m[4] * m[2]) / det, b = (m[4] * m[0] - m[3] * m[2]) / det;
     double res = 0, sig = 0;
     for (size_t i = from; i < x.size(); ++i) {
-        const double m = a * std::cos(2 * M_PI * freq / rate * i) + b * std::sin(2 * M_PI * freq / rate * i);
-        res += (x[i] - m) * (x[i] - m), sig += m * m;
+        const auto [c, s] = cs(i);
+        res += (x[i] - a * c - b * s) * (x[i] - a * c - b * s), sig += (a * c + b * s) * (a * c + b * s);
     }
     return {std::hypot(a, b), 10 * std::log10(sig / std::max(res, 1e-9))};
 }
@@ -131,17 +132,6 @@ TEST(AmrwbeResample, SaturatingAndExactSumsAgree) {
         ASSERT_EQ(n0, n1);
         EXPECT_TRUE(std::equal(y0.begin(), y0.begin() + n0 - 16, y1.begin())) << factor;
     }
-    V mem0(1608, 0), mem1(1608, 0), l0(1024), l1(1024), h0(1024), h1(1024);
-    int16_t f0 = 0, f1 = 0;
-    int32_t u0 = 0, u1 = 0;
-    V loud(x);
-    loud[3839] = 32767;  // the last sample consumed; the decimator reads 1560 samples behind
-    xvosBandSplitDownsample_AMRWBE_16s(x.data(), l0.data(), h0.data(), 1024, 48000, 96, mem0.data(), &f0, &u0);
-    xvosBandSplitDownsample_AMRWBE_16s(loud.data(), l1.data(), h1.data(), 1024, 48000, 96, mem1.data(), &f1, &u1);
-    ASSERT_EQ(u0, 3840);
-    EXPECT_EQ(l0, l1);
-    EXPECT_EQ(h0, h1);
-    EXPECT_NE(mem0, mem1);
 }
 
 /// Runs the band splitter over x from 48 or 44.1 kHz with the given band lengths (cycled).

@@ -46,24 +46,6 @@ std::vector<int16_t> toPcm(const std::vector<float>& x) {
 
 }  // namespace
 
-TEST(ALC, InitWritesEveryFieldExactly) {
-    Alc a;
-    std::memset(a.mem, 0xA5, sizeof a.mem);  // Init must not rely on zeroed memory
-    ASSERT_EQ(xvosALCInit_G169_16s(a.st()), xvoStsOk);
-    const struct { int off; float v; } floats[] = {
-        {kTarget, 1623.4912f}, {kPeak, 32767.0f}, {kNoiseMin, 4.125246f}, {kNoiseMax, 65.38f},
-        {kMaxGain, 3.8018899f}, {kRateMinAct, 0.02f}, {kRateMin, 0.0033333f}, {kHold, 200.0f},
-        {kGainStep, 0.01f}, {kBlockMean, 0}, {kSmooth, 0}, {kPeakHold, 0}, {kSpeechPeak, 0},
-        {kNoise, 65.38f}, {kNoise4, 65.38f}, {kSlow, 32767.0f}, {kBlockPower, 0}, {kPower, 0}, {kRate, 0.1f},
-        {kAmplitude, 0}, {kCorrection, 0.7f}, {kGain, 0.03125f}, {kStep, 0}, {kApplied, 0}, {kSmoothK, 1.0f},
-        {kBlockPeakOff, 0}, {kSavedPower, 0}, {kSavedGain, 0.03125f}, {kSavedRate, 0.1f}};
-    for (const auto& f : floats) EXPECT_EQ(a.f(f.off), f.v) << "offset " << f.off;
-    EXPECT_EQ(a.h(kQuiet), 200);
-    EXPECT_EQ(a.h(kSpurts), 0);
-    EXPECT_EQ(a.h(kLoud), 0);
-    EXPECT_EQ(a.h(kInSpurt), 0);
-}
-
 TEST(ALC, SettersComputeInDoubleAndStoreFloat) {
     Alc a;
     const struct { float g; } gains[] = {{0.0f}, {6.0f}, {11.6f}, {20.0f}};
